@@ -1,0 +1,204 @@
+#ifndef TICKETPLUGINFORM_H
+#define TICKETPLUGINFORM_H
+
+#include "payments/paymentdbupdater.h"
+#include "prices/pricesmodel.h"
+#include "registration/clientscheckindelegate.h"
+#include "registration/clientscheckinlist.h"
+#include "registration/reghistorymodel.h"
+
+#include <QDateTime>
+#include <QItemSelection>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QList>
+#include <QMap>
+#include <QMenu>
+#include <QModelIndex>
+#include <QNetworkAccessManager>
+#include <QPoint>
+#include <QSerialPort>
+#include <QSqlDatabase>
+#include <QStringList>
+#include <QTime>
+#include <QTimer>
+#include <QWidget>
+
+class QAction;
+class QNetworkReply;
+class VanePluginInterface;
+struct KidRecord;
+
+namespace Ui {
+class TicketPluginForm;
+}
+
+/// A cashier who has logged in.
+struct OperatorRecord
+{
+    QString token;
+    /// Key in the table `personal`; -1 when unknown.
+    qint32 id = -1;
+    QString name;
+};
+
+/// The tab "Касса": owns every model, the payments worker, the timers, the scanner port and the network access of the
+/// desk; all requests and host events end in one of its operations. Nothing reaches the host before setPlugin(). GUI
+/// thread.
+class TicketPluginForm : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit TicketPluginForm(QWidget *parent = nullptr);
+    /// Writes all journals and waits, without a time limit, until the payments are stored.
+    ~TicketPluginForm() override;
+
+    /// The link to the host; null while there is none. Not owned.
+    void setPlugin(VanePluginInterface *link);
+
+    /// The one price book. Owned by the form.
+    PricesModel *pricesModel();
+
+    void onCarsChanged(const QJsonObject &json);
+    void onTrackIdUpdated(const QJsonObject &json);
+    void onOnlineServiceStatus(const QJsonObject &json);
+    void onRaceMode(const QJsonObject &json);
+    /// Start of the working day, local time; an invalid time counts as midnight.
+    void setDayBeginTime(const QTime &time);
+    /// The number that the host will give its next run.
+    void setNextRunNumber(int number);
+    void onRunsArchive(const QJsonObject &json);
+    void onLocalClientData(const QJsonObject &json);
+    void onClientAccountData(const QJsonObject &json);
+    void clearPreparedCars(const QJsonArray &clearList);
+    /// Starts the head of the queue; without one the host's own request goes back as a start.
+    void startQueue(const QJsonObject &json);
+    void updateApiKey(const QJsonObject &json);
+    void updatePaymentsData(const QJsonObject &json);
+
+    /// Reprices what is unpaid and tells clients and the online service the present prices.
+    void publishPrices();
+
+    /// Works a request of a client program; the answer is empty if there is none to send.
+    QJsonObject handleLocalRequest(const QJsonObject &request);
+    /// Works a request of a remote device; the answer lacks the receipt that the dispatcher adds.
+    QJsonObject handleRemoteRequest(const QJsonObject &request);
+
+    /// Takes a client's record from outside into the list and tells the host about the client.
+    QModelIndex addClientRecord(const QJsonObject &json);
+
+    /// Works the chain of start times out anew; a non-empty identity also names the run on the track.
+    void recalcQueue(const QString &activeGuid);
+
+public Q_SLOTS:
+    void loadSettings();
+    void lwRuns_rowsMoved(QModelIndex parent, int start, int end, QModelIndex destination, int row);
+    void assignCarToRacer(QAction *a);
+    /// Publishes queue and history and writes the journals that change all the time.
+    void runQueueChanged(QString sinkId = QString(), bool forceReload = false);
+    void setCurrentTab(QJsonObject jsonData);
+    void networkRequestFinished(QNetworkReply *reply);
+    void itemsDroppedToRun(QJsonArray jsonList, const QObject *target);
+    void itemsUndroppedFromRun(QJsonArray jsonList);
+    void on_actionAddRacer_triggered();
+    void on_bAddRacer_clicked();
+    void on_actionEditRacer_triggered();
+    void on_actionMoveToRuns_triggered();
+    void toRunsClicked(QJsonObject json);
+    void on_actionPrintTicket_triggered();
+    void ticketPrinted(QJsonObject json);
+    void on_actionRemoveRacer_triggered();
+    void on_bRemoveRacerFromList_clicked();
+    void on_actionRemoveRegHistory_triggered();
+    void on_tvHistoryList_doubleClicked(QModelIndex index);
+    void scanNFCClicked(QModelIndex mi);
+    void on_actionRemoveRun_triggered();
+    void on_bRemoveRun_clicked();
+    void on_bAddRun_clicked();
+    void on_actionRenumberRuns_triggered();
+    void on_actionRenameRun_triggered();
+    void on_bAddRacerFromDb_clicked();
+    void scannerData();
+    void on_pbRemovePaid_clicked();
+    void on_tvCheckIn_clicked(QModelIndex index);
+    void checkIn_doubleClicked(QModelIndex index);
+    void checkInItemClicked(QModelIndex mi, QString dataId);
+    /// Hands a payment record on to the worker.
+    void paymentUpdate(QJsonObject json);
+    void priceSettingsChanged();
+    void on_cbPricesNames_activated(int index);
+    void priceItemsRemoved(QList<qint32> idsList);
+    void printSafety(QModelIndex mi);
+    /// The daily cut of the history and the end of registrations nobody attends to.
+    void validateRegList();
+    void someError(QString msg);
+    void checkInListUpdated(QJsonArray checkInList);
+    void on_pbClearRunsHistory_clicked();
+    void on_lwRunsList_customContextMenuRequested(QPoint pos);
+    void on_actionRemoveFromRun_triggered();
+    void lwRunsSelectionChanged(QItemSelection selected, QItemSelection deselected);
+    void startStopRun(QJsonObject jsonData);
+    void on_actionRefundTicket_triggered();
+    void on_pbSimplePayment_clicked();
+    void on_pbClearPitlane_clicked();
+    void on_pbRemoveFromPitLane_clicked();
+
+private:
+    /// Sends an event if there is a host. What follows the call must expect a changed world.
+    void sendToHost(const char *event, const QJsonObject &json);
+    void openDatabase();
+    void choosePriceType(int row);
+    QJsonObject priceTypesJson() const;
+    QJsonObject runQueueJson() const;
+    QJsonObject runHistoryJson() const;
+    void addRacerByHand();
+    void editRacer(const QModelIndex &index);
+    void removeSelectedRacers();
+    void loadJournals();
+    void saveJournals(bool full);
+    void loadOperators();
+    void saveOperators() const;
+
+    QNetworkAccessManager networkManager;
+    QString serviceUrl;
+    QString serviceAppUrl;
+    QString serviceUrlSuffix;
+    QMap<qint32, QJsonObject> clientCache;
+    QSqlDatabase db;
+    QMap<QString, OperatorRecord> operators;
+    bool raceMode = false;
+    QSerialPort scannerPort;
+    QTime dayBeginTime;
+    QString trackId;
+    QString trackName;
+    VanePluginInterface *plugin = nullptr;
+    ClientsCheckInList checkInList;
+    ClientsCheckInDelegate checkInDelegate;
+    PricesModel prices;
+    RegHistoryModel regHistory;
+    QJsonObject runsArchive;
+    QMenu runsMenu;
+    QTimer validateTimer;
+    QDateTime lastValidateTime;
+    QString apiKey;
+    QJsonArray cars;
+    QMenu carMenu;
+    QTimer queueTimer;
+    qint32 lastRunNum = 0;
+    qint64 currentRunStart = 0;
+    qint32 currentFinishParam = 0;
+    QString currentFinishType;
+    QStringList usedPinCodes;
+    PaymentDbUpdater payments;
+    QString ticketCaption;
+    qint32 maxInRunCount = 10;
+    qint32 defaultRunDuration = 10;
+    qint32 pauseDuration = 3;
+    bool fixedRunStartTimeInQueue = false;
+    QString currentTab;
+    Ui::TicketPluginForm *ui;
+    bool warnMissingNfc = false;
+};
+
+#endif // TICKETPLUGINFORM_H

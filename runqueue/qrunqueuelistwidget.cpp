@@ -1,0 +1,6 @@
+#include "runqueue/qrunqueuelistwidget.h"
+
+QRunQueueListWidget::QRunQueueListWidget(QWidget *parent)
+    : QListWidget(parent)
+{
+}
