@@ -3,6 +3,8 @@
 #include <QJsonDocument>
 #include <QVariant>
 
+#include <limits>
+
 std::optional<QJsonObject> JsonRead::object(const QByteArray &bytes)
 {
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
@@ -26,6 +28,10 @@ std::optional<QJsonObject> JsonRead::journalLine(const QByteArray &line)
 
 std::optional<qint32> JsonRead::looseInt(const QJsonValue &value)
 {
+    // A number that does not fit would turn into somebody else's.
+    const double wide = value.toDouble(0.0);
+    if (!(wide >= std::numeric_limits<qint32>::min() && wide <= std::numeric_limits<qint32>::max()))
+        return std::nullopt;
     bool ok = false;
     const int number = value.toVariant().toInt(&ok);
     if (!ok)
@@ -36,6 +42,14 @@ std::optional<qint32> JsonRead::looseInt(const QJsonValue &value)
 qint32 JsonRead::looseInt(const QJsonValue &value, qint32 fallback)
 {
     return looseInt(value).value_or(fallback);
+}
+
+qint64 JsonRead::int64(const QJsonValue &value)
+{
+    constexpr double Limit = 9.2e18;
+    if (value.isDouble() && !(value.toDouble() > -Limit && value.toDouble() < Limit))
+        return 0;
+    return value.toVariant().toLongLong();
 }
 
 QStringList JsonRead::texts(const QJsonArray &array)

@@ -28,6 +28,9 @@ qint32 looseInt(const QJsonValue &value, qint32 fallback);
 /// As looseInt, but tells apart a number that is `fallback` from none at all.
 std::optional<qint32> looseInt(const QJsonValue &value);
 
+/// A whole number of 64 bits that may also arrive as a text; 0 if it is neither or does not fit.
+qint64 int64(const QJsonValue &value);
+
 /// The texts of an array, one for each element; anything but a text reads as an empty one.
 QStringList texts(const QJsonArray &array);
 

@@ -205,3 +205,21 @@ std::optional<float> ScanNumber::singleAfterEquals(const QString &text)
         return std::nullopt;
     return takeSingle(cursor);
 }
+
+std::optional<int> ScanNumber::integer(const QString &text)
+{
+    Cursor cursor(text.toUtf8());
+    while (isBlank(cursor.peek()))
+        cursor.advance();
+    const bool negative = cursor.peek() == '-';
+    if (negative || cursor.peek() == '+')
+        cursor.advance();
+    if (!isDigit(cursor.peek()))
+        return std::nullopt;
+    constexpr qint64 Smallest = std::numeric_limits<int>::min();
+    constexpr qint64 Largest = std::numeric_limits<int>::max();
+    qint64 number = 0;
+    for (; isDigit(cursor.peek()); cursor.advance())
+        number = qMin(number * 10 + (cursor.peek() - '0'), -Smallest);
+    return static_cast<int>(qBound(Smallest, negative ? -number : number, Largest));
+}

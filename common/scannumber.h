@@ -15,6 +15,9 @@ std::optional<float> single(const QString &text);
 /// "=%f": the same behind an equals sign, which must be the first character.
 std::optional<float> singleAfterEquals(const QString &text);
 
+/// "%d": a whole number at the start of the text; one that does not fit counts as the nearest that does.
+std::optional<int> integer(const QString &text);
+
 } // namespace ScanNumber
 
 #endif // SCANNUMBER_H

@@ -25,7 +25,10 @@ QString connectionName()
 
 } // namespace
 
-PaymentDbUpdater::PaymentDbUpdater(QObject *parent) : QObject(parent) {}
+PaymentDbUpdater::PaymentDbUpdater(QObject *parent)
+    : QObject(parent)
+{
+}
 
 // The flag comes first: a payment that waits for a database holds the thread's event loop up. The thread's own request
 // for interruption would not do, it reads as not made once the thread runs its finished handlers.

@@ -1,8 +1,11 @@
 #include "plugin/lapvaneticketplugin.h"
 
 #include "plugin/hostevents.h"
+#include "plugin/parentguard.h"
 
+#include <QCoreApplication>
 #include <QMetaType>
+#include <QPointer>
 #include <QTcpSocket>
 #include <QTextCodec>
 #include <QTime>
@@ -20,6 +23,15 @@ QTextCodec *prepareTypesAndCodec()
 {
     qRegisterMetaType<QVector<QObject *>>("QVector<QObject *>");
     return QTextCodec::codecForName("windows-1251");
+}
+
+QPointer<LapvaneTicketPlugin> livingPlugin;
+
+/// A host may leave the library to Qt's last clean-up, when there is no application and no database driver any more. The
+/// desk has journals to write and payments to finish, so it ends with the application at the latest.
+void endWithApplication()
+{
+    delete livingPlugin.data();
 }
 
 QStringList names(std::initializer_list<const char *> events)
@@ -86,6 +98,8 @@ LapvaneTicketPlugin::LapvaneTicketPlugin()
     versionWord = ModuleVersion;
     setObjectName(moduleTitle);
 
+    keepFromParents(&settingsPage);
+    keepFromParents(&form);
     form.setPlugin(this);
     settingsPage.setPricesModel(form.pricesModel());
     settingsPage.loadControls();
@@ -95,10 +109,14 @@ LapvaneTicketPlugin::LapvaneTicketPlugin()
     connect(&localServer, &QTcpServer::newConnection, this, &LapvaneTicketPlugin::newLocalConnection);
     // A busy port leaves the seat port silent and the desk working.
     localServer.listen(QHostAddress::AnyIPv4, SeatPort);
+
+    livingPlugin = this;
+    qAddPostRoutine(endWithApplication);
 }
 
 LapvaneTicketPlugin::~LapvaneTicketPlugin()
 {
+    qRemovePostRoutine(endWithApplication);
     localServer.close();
     const QList<QTcpSocket *> sockets = localConnections;
     for (QTcpSocket *socket : sockets) {

@@ -6,7 +6,10 @@
 #include "ui_ticketpluginform.h"
 #include "vaneplugininterface.h"
 
+#include <QApplication>
 #include <QDebug>
+#include <QDialog>
+#include <QHeaderView>
 #include <QNetworkReply>
 #include <QSettings>
 #include <QSqlDatabase>
@@ -43,6 +46,10 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     // What is pressed in a cell lives only while the mouse is known to be over it.
     ui->tvCheckIn->viewport()->setMouseTracking(true);
     ui->tvCheckIn->viewport()->setAttribute(Qt::WA_Hover);
+    QFont headerFont = ui->tvCheckIn->header()->font();
+    if (headerFont.pointSizeF() > 7.5)
+        headerFont.setPointSizeF(headerFont.pointSizeF() - 1.5);
+    ui->tvCheckIn->header()->setFont(headerFont);
     ui->splitter_2->setStretchFactor(0, 3);
     ui->splitter_2->setStretchFactor(1, 2);
     ui->histAndSeatSplitter->setStretchFactor(0, 2);
@@ -100,6 +107,13 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
 
     openDatabase();
     ui->pitlaneContainer->hide();
+
+    // A host that goes down first sees the desk's questions answered with no, then destroys the desk.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        const QList<QDialog *> dialogs = findChildren<QDialog *>();
+        for (QDialog *dialog : dialogs)
+            dialog->reject();
+    });
 }
 
 TicketPluginForm::~TicketPluginForm()
@@ -143,13 +157,13 @@ void TicketPluginForm::openDatabase()
 
 void TicketPluginForm::loadSettings()
 {
-    const QSettings settings(QStringLiteral("zz.ordvex"), QStringLiteral("prices"));
-    ticketCaption = settings.value(QStringLiteral("ticketCaption")).toString();
-    maxInRunCount = settings.value(QStringLiteral("maxInRunCount"), 10).toInt();
-    defaultRunDuration = settings.value(QStringLiteral("defaultRunDuration"), 10).toInt();
-    pauseDuration = settings.value(QStringLiteral("pauseDuration"), 3).toInt();
-    fixedRunStartTimeInQueue = settings.value(QStringLiteral("fixedRunStartTimeInQueue"), false).toBool();
-    const QString portName = settings.value(QStringLiteral("scannerPortName")).toString();
+    const QSettings settings(QLatin1String("zz.ordvex"), QLatin1String("prices"));
+    ticketCaption = settings.value(QLatin1String("ticketCaption")).toString();
+    maxInRunCount = settings.value(QLatin1String("maxInRunCount"), 10).toInt();
+    defaultRunDuration = settings.value(QLatin1String("defaultRunDuration"), 10).toInt();
+    pauseDuration = settings.value(QLatin1String("pauseDuration"), 3).toInt();
+    fixedRunStartTimeInQueue = settings.value(QLatin1String("fixedRunStartTimeInQueue"), false).toBool();
+    const QString portName = settings.value(QLatin1String("scannerPortName")).toString();
 
     scannerPort.close();
     scannerPort.setPortName(portName);
@@ -290,8 +304,9 @@ void TicketPluginForm::setNextRunNumber(int number)
 void TicketPluginForm::onRunsArchive(const QJsonObject &json)
 {
     runsArchive = json;
+    const QJsonValue runs = json.value(QLatin1String("runs"));
     sendToHost(HostEvents::LocalRequestAnswer,
-               {{QLatin1String("runsArchive"), json.value(QLatin1String("runs"))}});
+               {{QLatin1String("runsArchive"), runs.isUndefined() ? QJsonValue(QJsonArray()) : runs}});
 }
 
 void TicketPluginForm::onLocalClientData(const QJsonObject &json)

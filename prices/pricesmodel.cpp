@@ -207,9 +207,9 @@ void PricesModel::loadModelNames()
 
 void PricesModel::loadSettings()
 {
-    const QSettings settings(QStringLiteral("zz.ordvex"), QStringLiteral("prices"));
-    discounts = PriceRules::parseDiscounts(settings.value(QStringLiteral("discounts")).toByteArray());
-    payMethods = PriceRules::settingTexts(settings.value(QStringLiteral("paymethods")).toByteArray());
+    const QSettings settings(QLatin1String("zz.ordvex"), QLatin1String("prices"));
+    discounts = PriceRules::parseDiscounts(settings.value(QLatin1String("discounts")).toByteArray());
+    payMethods = PriceRules::settingTexts(settings.value(QLatin1String("paymethods")).toByteArray());
 }
 
 QModelIndex PricesModel::addNewPriceItem()

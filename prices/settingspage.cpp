@@ -88,14 +88,14 @@ void SettingsPage::loadControls()
     ui->teDiscounts->setPlainText(discounts.join(QLatin1Char('\n')));
     ui->tePayMethods->setPlainText(pricesModel->payMethods.join(QLatin1Char('\n')));
 
-    const QSettings settings(QStringLiteral("zz.ordvex"), QStringLiteral("prices"));
-    ui->leTicketCaption->setText(settings.value(QStringLiteral("ticketCaption")).toString());
-    ui->sbMaxInRunCount->setValue(settings.value(QStringLiteral("maxInRunCount"), defaultMaxInRunCount).toInt());
-    ui->sbDefaultRunDuration->setValue(settings.value(QStringLiteral("defaultRunDuration"), defaultRunMinutes).toInt());
-    ui->sbPauseDuration->setValue(settings.value(QStringLiteral("pauseDuration"), defaultPauseMinutes).toInt());
+    const QSettings settings(QLatin1String("zz.ordvex"), QLatin1String("prices"));
+    ui->leTicketCaption->setText(settings.value(QLatin1String("ticketCaption")).toString());
+    ui->sbMaxInRunCount->setValue(settings.value(QLatin1String("maxInRunCount"), defaultMaxInRunCount).toInt());
+    ui->sbDefaultRunDuration->setValue(settings.value(QLatin1String("defaultRunDuration"), defaultRunMinutes).toInt());
+    ui->sbPauseDuration->setValue(settings.value(QLatin1String("pauseDuration"), defaultPauseMinutes).toInt());
     ui->cbFixedRunStartTimeInQueue->setChecked(
-        settings.value(QStringLiteral("fixedRunStartTimeInQueue"), false).toBool());
-    loadScannerPorts(settings.value(QStringLiteral("scannerPortName")).toString());
+        settings.value(QLatin1String("fixedRunStartTimeInQueue"), false).toBool());
+    loadScannerPorts(settings.value(QLatin1String("scannerPortName")).toString());
 }
 
 void SettingsPage::pluginSlot(QString moduleName, QString event, QJsonObject jsonData)
@@ -118,7 +118,7 @@ void SettingsPage::on_tvPrices_clicked(QModelIndex index)
     const QList<PriceItem> items = pricesModel->currentPriceItems();
     if (index.row() >= items.size())
         return;
-    const PriceItem item = items.at(index.row());
+    const PriceItem &item = items.at(index.row());
 
     const QPointer<PricesModel> model(pricesModel);
     QColorDialog dialog(item.color);
@@ -302,15 +302,16 @@ void SettingsPage::loadScannerPorts(const QString &savedPort)
 
 void SettingsPage::saveSettings() const
 {
-    QSettings settings(QStringLiteral("zz.ordvex"), QStringLiteral("prices"));
-    settings.setValue(QStringLiteral("ticketCaption"), ui->leTicketCaption->text());
-    settings.setValue(QStringLiteral("discounts"), PriceRules::linesJson(ui->teDiscounts->toPlainText()));
-    settings.setValue(QStringLiteral("paymethods"), PriceRules::linesJson(ui->tePayMethods->toPlainText()));
-    settings.setValue(QStringLiteral("maxInRunCount"), ui->sbMaxInRunCount->value());
-    settings.setValue(QStringLiteral("defaultRunDuration"), ui->sbDefaultRunDuration->value());
-    settings.setValue(QStringLiteral("pauseDuration"), ui->sbPauseDuration->value());
-    settings.setValue(QStringLiteral("scannerPortName"), ui->cbScannerPorts->currentData().toString());
-    settings.setValue(QStringLiteral("fixedRunStartTimeInQueue"), ui->cbFixedRunStartTimeInQueue->isChecked());
+    // The process keeps the keys when this library is long unloaded: they are texts of their own, not parts of it.
+    QSettings settings(QLatin1String("zz.ordvex"), QLatin1String("prices"));
+    settings.setValue(QLatin1String("ticketCaption"), ui->leTicketCaption->text());
+    settings.setValue(QLatin1String("discounts"), PriceRules::linesJson(ui->teDiscounts->toPlainText()));
+    settings.setValue(QLatin1String("paymethods"), PriceRules::linesJson(ui->tePayMethods->toPlainText()));
+    settings.setValue(QLatin1String("maxInRunCount"), ui->sbMaxInRunCount->value());
+    settings.setValue(QLatin1String("defaultRunDuration"), ui->sbDefaultRunDuration->value());
+    settings.setValue(QLatin1String("pauseDuration"), ui->sbPauseDuration->value());
+    settings.setValue(QLatin1String("scannerPortName"), ui->cbScannerPorts->currentData().toString());
+    settings.setValue(QLatin1String("fixedRunStartTimeInQueue"), ui->cbFixedRunStartTimeInQueue->isChecked());
 }
 
 /// The price book was loaded anew, and a load tells no view. A selection would now stand on other items.

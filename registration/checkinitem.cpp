@@ -73,7 +73,10 @@ void CheckInItem::readJson(const QJsonObject &json)
     carId = json.value(QLatin1String("carId")).toInt(-1);
     paySum = json.value(QLatin1String("paySum")).toDouble(0.0);
     price = json.value(QLatin1String("price")).toDouble(0.0);
-    runCount = CheckInRules::foreignRunCount(json.value(QLatin1String("runCount")).toInt(1));
+    // A damaged count must not bring more codes than a racer may have or the record itself holds.
+    const QJsonArray codes = json.value(QLatin1String("pinCodes")).toArray();
+    runCount = qBound(0, json.value(QLatin1String("runCount")).toInt(1),
+                      qMax(CheckInRules::MaxForeignRunCount, codes.size()));
     discountValue = json.value(QLatin1String("discountValue")).toVariant().toString();
     color = QVariant(json.value(QLatin1String("color")).toVariant()).value<QColor>();
     payMethod = json.value(QLatin1String("payMethod")).toString();
@@ -89,7 +92,6 @@ void CheckInItem::readJson(const QJsonObject &json)
     parentLastName = json.value(QLatin1String("parentLastName")).toString();
     parentMidName = json.value(QLatin1String("parentMidName")).toString();
 
-    const QJsonArray codes = json.value(QLatin1String("pinCodes")).toArray();
     pinCodes.clear();
     for (int run = 0; run < runCount; ++run)
         pinCodes.append(codes.at(run).toString());

@@ -19,7 +19,7 @@ quint64 poolSize(int digits)
 
 int CheckInRules::foreignRunCount(int runCount)
 {
-    return qMin(runCount, MaxForeignRunCount);
+    return qBound(0, runCount, MaxForeignRunCount);
 }
 
 double CheckInRules::registrationSum(const CheckInItem &base)

@@ -18,7 +18,7 @@ constexpr int MaxForeignRunCount = 1000;
 /// The most runs that a cashier may type into a line.
 constexpr int MaxTypedRunCount = 50;
 
-/// A run count from another program or from a journal, cut at MaxForeignRunCount. Has no floor.
+/// A run count from another program or from a journal: at most MaxForeignRunCount, and never below 0.
 int foreignRunCount(int runCount);
 
 /// What the family of `base` has to pay. A percentage applies to the whole family, a fixed amount to each run of the

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QFontMetrics>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
@@ -18,11 +19,23 @@
 namespace {
 
 constexpr int NoSale = -1;
+constexpr char PopupShown[] = "popupShown";
 
 void disable(QStyleOptionButton &button)
 {
     button.state &= ~QStyle::State_Enabled;
     button.palette.setCurrentColorGroup(QPalette::Disabled);
+}
+
+/// The widest of `font` and its smaller sizes in which `text` fits into `width` pixels; never below 6 points, where it
+/// would not be read any more. The columns are narrow, and a cut caption is a wrong caption.
+QFont fittingFont(QFont font, const QString &text, int width)
+{
+    constexpr qreal Smallest = 6.0;
+    constexpr qreal Step = 0.5;
+    while (font.pointSizeF() - Step >= Smallest && QFontMetrics(font).horizontalAdvance(text) > width)
+        font.setPointSizeF(font.pointSizeF() - Step);
+    return font;
 }
 
 /// The current block's item with this id, or null.
@@ -102,7 +115,6 @@ void ClientsCheckInDelegate::paintButton(QPainter *painter, const QStyleOptionVi
     const CheckInItem &item = *model->itemAt(index);
     QStyleOptionButton button;
     button.palette = option.palette;
-    button.fontMetrics = option.fontMetrics;
     button.direction = option.direction;
     button.state = QStyle::State_Enabled | QStyle::State(pressState(option, index));
     if (isHovered(option))
@@ -139,7 +151,11 @@ void ClientsCheckInDelegate::paintButton(QPainter *painter, const QStyleOptionVi
     if (styleButton->styleSheet() != sheet)
         styleButton->setStyleSheet(sheet);
     styleButton->setFixedSize(button.rect.size());
+    painter->save();
+    painter->setFont(fittingFont(option.font, button.text, button.rect.width() - 4));
+    button.fontMetrics = QFontMetrics(painter->font());
     styleButton->style()->drawControl(QStyle::CE_PushButton, &button, painter, styleButton.get());
+    painter->restore();
 }
 
 void ClientsCheckInDelegate::paintPayState(QPainter *painter, const QStyleOptionViewItem &option,
@@ -148,10 +164,10 @@ void ClientsCheckInDelegate::paintPayState(QPainter *painter, const QStyleOption
     const CheckInItem &item = *model->itemAt(index);
     QStyleOptionButton box;
     box.palette = option.palette;
-    box.fontMetrics = option.fontMetrics;
     box.direction = option.direction;
     box.rect = option.rect.adjusted(4, 1, -1, -1);
     box.state = QStyle::State_Enabled;
+    pressState(option, index);
     if (isHovered(option))
         box.state |= QStyle::State_MouseOver;
     if (item.payState) {
@@ -166,7 +182,14 @@ void ClientsCheckInDelegate::paintPayState(QPainter *painter, const QStyleOption
         box.palette.setBrush(QPalette::All, QPalette::WindowText, foreground.value<QBrush>());
     if (item.enqueued)
         disable(box);
-    QApplication::style()->drawControl(QStyle::CE_CheckBox, &box, painter);
+    const QStyle *style = QApplication::style();
+    const int indicator = style->pixelMetric(QStyle::PM_IndicatorWidth) +
+                          style->pixelMetric(QStyle::PM_CheckBoxLabelSpacing) + 2;
+    painter->save();
+    painter->setFont(fittingFont(option.font, box.text, box.rect.width() - indicator));
+    box.fontMetrics = QFontMetrics(painter->font());
+    style->drawControl(QStyle::CE_CheckBox, &box, painter);
+    painter->restore();
 }
 
 QWidget *ClientsCheckInDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &option,
@@ -309,6 +332,10 @@ void ClientsCheckInDelegate::updateEditorGeometry(QWidget *editor, const QStyleO
         return;
     auto *combo = static_cast<QComboBox *>(editor);
     combo->setMaxVisibleItems(10);
+    // Every change of the list lays its editors out anew; a cashier who is typing by then must not get the popup again.
+    if (combo->property(PopupShown).toBool())
+        return;
+    combo->setProperty(PopupShown, true);
     combo->showPopup();
 }
 

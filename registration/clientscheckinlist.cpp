@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QMessageBox>
 #include <QRandomGenerator>
+#include <QScopedValueRollback>
 #include <QSet>
 #include <QUuid>
 
@@ -131,8 +132,10 @@ bool ClientsCheckInList::findByCredentials(const QJsonObject &json, const QStrin
     const QString uuid = json.value(QLatin1String("racerUuid")).toString();
     const QString pin = json.value(QLatin1String("pinCode")).toString();
     const QString card = json.value(QLatin1String("nfcUid")).toString();
+    // What the request does not name finds nobody: a minor may have no identity yet, and a line no code.
     const auto matches = [&](const CheckInItem &candidate) {
-        return candidate.uuid == uuid || candidate.pinCodes.contains(pin) ||
+        return (!uuid.isEmpty() && candidate.uuid == uuid) ||
+               (!pin.isEmpty() && candidate.pinCodes.contains(pin)) ||
                (!candidate.nfcUid.isEmpty() && candidate.nfcUid == card);
     };
 
@@ -218,6 +221,7 @@ QModelIndex ClientsCheckInList::addRacer(const QString &firstName, const QString
 
     auto owned = std::make_unique<CheckInItem>();
     CheckInItem &racer = *owned;
+    const QScopedValueRollback<const CheckInItem *> atTheDoor(newcomer, &racer);
     racer.firstName = CheckInRules::normalisedName(firstName);
     racer.lastName = CheckInRules::normalisedName(lastName);
     racer.midName = CheckInRules::normalisedName(midName);
@@ -275,11 +279,10 @@ QJsonObject ClientsCheckInList::toJson(const CheckInItem &item) const
     QJsonObject json = item.toJson();
     qint32 commonId = -1;
     if (priceBook) {
-        if (item.salesId != -1) {
-            const PriceItem price = priceBook->findPriceItem(item.salesId);
-            if (price.id == item.salesId)
-                commonId = price.commonId;
-        }
+        const PriceItem price = priceBook->findPriceItem(item.salesId);
+        // An unknown item is answered with one that is all zeroes.
+        if (price.id > 0 && price.id == item.salesId)
+            commonId = price.commonId;
         json.insert(QLatin1String("priceType"), priceBook->currentPriceType);
     }
     json.insert(QLatin1String("salesCommonId"), commonId);
@@ -308,7 +311,9 @@ QJsonArray ClientsCheckInList::listJson() const
 
 void ClientsCheckInList::publish()
 {
-    Q_EMIT checkInListUpdated(listJson());
+    // Rows that are just going must not be told of; their removal ends in a publication of its own.
+    if (!removing)
+        Q_EMIT checkInListUpdated(listJson());
 }
 
 void ClientsCheckInList::refusePayment(const QString &message, bool silent)
@@ -453,7 +458,9 @@ void ClientsCheckInList::removeEntries(const QModelIndexList &indexes)
         return left.row() < right.row();
     });
 
+    QSet<CheckInItem *> bereft;
     std::vector<std::unique_ptr<CheckInItem>> gone;
+    removing = true;
     const auto take = [this, &gone](std::vector<std::unique_ptr<CheckInItem>> &list, const QPersistentModelIndex &index) {
         const int row = index.row();
         beginRemoveRows(index.parent(), row, row);
@@ -463,15 +470,20 @@ void ClientsCheckInList::removeEntries(const QModelIndexList &indexes)
         endRemoveRows();
     };
     for (const QPersistentModelIndex &index : qAsConst(minors)) {
-        if (const CheckInItem *item = itemAt(index))
+        if (const CheckInItem *item = itemAt(index)) {
+            bereft.insert(item->parent);
             take(item->parent->subItems, index);
+        }
     }
     for (const QPersistentModelIndex &index : qAsConst(racers)) {
-        if (itemAt(index))
+        if (CheckInItem *item = itemAt(index)) {
+            bereft.remove(item);
             take(items, index);
+        }
     }
+    removing = false;
     gone.clear();
-    for (const auto &racer : items) {
+    for (CheckInItem *racer : qAsConst(bereft)) {
         // What a minor who left would have paid must not be asked of the family; what was paid stays as it was paid.
         if (!racer->payState)
             updateSum(*racer);
@@ -502,23 +514,21 @@ void ClientsCheckInList::purgeExpired(qint64 seconds)
 
 void ClientsCheckInList::repriceUnpaid()
 {
-    if (priceBook) {
-        const QList<PriceItem> prices = priceBook->currentPriceItems();
-        const auto reprice = [&](CheckInItem &item) {
-            const auto price = std::find_if(prices.cbegin(), prices.cend(), [&item](const PriceItem &candidate) {
-                return candidate.salesItem == item.salesItem;
-            });
-            if (price != prices.cend())
-                applyPrice(item, *price);
-        };
-        for (const auto &racer : items) {
-            if (racer->payState)
-                continue;
-            reprice(*racer);
-            for (const auto &minor : racer->subItems)
-                reprice(*minor);
-            updateSum(*racer);
-        }
+    const QList<PriceItem> prices = priceBook ? priceBook->currentPriceItems() : QList<PriceItem>();
+    const auto reprice = [this, &prices](CheckInItem &item) {
+        const auto price = std::find_if(prices.cbegin(), prices.cend(), [&item](const PriceItem &candidate) {
+            return candidate.salesItem == item.salesItem;
+        });
+        if (price != prices.cend())
+            applyPrice(item, *price);
+    };
+    for (const auto &racer : items) {
+        if (racer->payState)
+            continue;
+        reprice(*racer);
+        for (const auto &minor : racer->subItems)
+            reprice(*minor);
+        updateSum(*racer);
     }
     Q_EMIT layoutChanged();
 }
@@ -636,7 +646,11 @@ QStringList ClientsCheckInList::makePins(int count, const QStringList &oldPins)
             usedPinCodes->removeAll(pin);
     }
     const auto usedSet = [this] {
-        return usedPinCodes ? QSet<QString>(usedPinCodes->cbegin(), usedPinCodes->cend()) : QSet<QString>();
+        QSet<QString> set;
+        const QStringList codes = usedPinCodes ? *usedPinCodes : QStringList();
+        for (const QString &pin : codes)
+            set.insert(pin);
+        return set;
     };
     int digits = 4;
     QSet<QString> used = usedSet();
@@ -665,11 +679,15 @@ void ClientsCheckInList::reclaimPinCodes()
         for (const QString &pin : pins)
             held.insert(pin);
     };
-    for (const auto &racer : items) {
-        hold(racer->pinCodes);
-        for (const auto &minor : racer->subItems)
+    const auto holdFamily = [&hold](const CheckInItem &racer) {
+        hold(racer.pinCodes);
+        for (const auto &minor : racer.subItems)
             hold(minor->pinCodes);
-    }
+    };
+    for (const auto &racer : items)
+        holdFamily(*racer);
+    if (newcomer)
+        holdFamily(*newcomer);
     if (seatPinCodes)
         hold(seatPinCodes());
     QStringList kept;
@@ -714,11 +732,13 @@ void ClientsCheckInList::applyFamilyEdit(const QModelIndex &baseIndex, const QSt
     const int known = static_cast<int>(base->subItems.size());
     if (left < known) {
         std::vector<std::unique_ptr<CheckInItem>> gone;
+        removing = true;
         beginRemoveRows(parentIndex, left, known - 1);
         for (int position = left; position < known; ++position)
             gone.push_back(std::move(base->subItems[static_cast<size_t>(position)]));
         base->subItems.resize(static_cast<size_t>(left));
         endRemoveRows();
+        removing = false;
         updateSum(*base);
     }
     Q_EMIT layoutChanged();
@@ -809,6 +829,7 @@ void ClientsCheckInList::itemsDroppedOut(QJsonArray jsonList)
         else
             publish();
     }
+    Q_EMIT layoutChanged();
 }
 
 void ClientsCheckInList::itemsUndropped(QJsonArray jsonList)

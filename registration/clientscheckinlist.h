@@ -189,6 +189,9 @@ private:
     QStringList *usedPinCodes = nullptr;
     std::function<QStringList()> seatPinCodes;
     QPointer<QAbstractItemView> messageParent;
+    /// The racer who is being registered and not yet in the list.
+    const CheckInItem *newcomer = nullptr;
+    bool removing = false;
 };
 
 #endif // CLIENTSCHECKINLIST_H

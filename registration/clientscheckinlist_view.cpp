@@ -21,7 +21,7 @@ QModelIndex ClientsCheckInList::index(int row, int column, const QModelIndex &pa
     if (row < 0 || column < 0 || column >= columns.size())
         return QModelIndex();
     const CheckInItem *above = itemAt(parent);
-    if (parent.isValid() && (!above || above->parent))
+    if (parent.isValid() && (!above || above->parent || parent.column() > 0))
         return QModelIndex();
     const auto &list = above ? above->subItems : items;
     if (static_cast<size_t>(row) >= list.size())
@@ -43,7 +43,8 @@ int ClientsCheckInList::rowCount(const QModelIndex &parent) const
 {
     if (!parent.isValid())
         return static_cast<int>(items.size());
-    const CheckInItem *item = itemAt(parent);
+    // A family hangs under the first column alone, as views expect of a tree.
+    const CheckInItem *item = parent.column() == 0 ? itemAt(parent) : nullptr;
     return item ? static_cast<int>(item->subItems.size()) : 0;
 }
 

@@ -100,16 +100,21 @@ int KidsListModel::addKid()
 
 void KidsListModel::removeKids(const QList<int> &rows)
 {
-    QList<int> sorted = rows;
+    QList<int> sorted;
+    for (const int row : rows) {
+        if (row >= 0 && row < records.size())
+            sorted.append(row);
+    }
     std::sort(sorted.begin(), sorted.end());
     sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-    // From the back, so that each step tells views exactly what goes, also where the selection has gaps.
-    for (int position = sorted.size() - 1; position >= 0; --position) {
-        const int row = sorted.at(position);
-        if (row < 0 || row >= records.size())
-            continue;
-        beginRemoveRows(QModelIndex(), row, row);
-        records.removeAt(row);
+    // Block by block from the back: what views are told is exactly what goes, also where the selection has gaps.
+    while (!sorted.isEmpty()) {
+        const int last = sorted.takeLast();
+        int first = last;
+        while (!sorted.isEmpty() && sorted.last() == first - 1)
+            first = sorted.takeLast();
+        beginRemoveRows(QModelIndex(), first, last);
+        records.erase(records.begin() + first, records.begin() + last + 1);
         endRemoveRows();
     }
 }

@@ -176,7 +176,7 @@ QModelIndex TicketPluginForm::addClientRecord(const QJsonObject &json)
         if (json.value(QLatin1String("updateData")).toBool()) {
             QJsonObject &cached = clientCache[*clientId];
             for (const char *key : {"firstName", "lastName", "midName"})
-                cached.insert(QLatin1String(key), json.value(QLatin1String(key)));
+                cached.insert(QLatin1String(key), json.value(QLatin1String(key)).toString());
             sendToHost(HostEvents::UpdateClientData, record);
         }
         sendToHost(HostEvents::UpdateLocalClient, clientCache.value(*clientId));

@@ -42,7 +42,7 @@ void QEditableTreeView::mousePressEvent(QMouseEvent *event)
 void QEditableTreeView::keyPressEvent(QKeyEvent *event)
 {
     const bool editing = state() == QAbstractItemView::EditingState;
-    const bool withControl = event->modifiers().testFlag(Qt::ControlModifier);
+    const bool withControl = (event->modifiers() & ~Qt::KeypadModifier) == Qt::ControlModifier;
     const int key = event->key();
     if ((key == Qt::Key_Return && withControl) || key == Qt::Key_Insert) {
         Q_EMIT ctrlReturnClicked(currentIndex());
