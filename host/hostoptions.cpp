@@ -1,0 +1,82 @@
+#include "hostoptions.h"
+
+#include <QCommandLineParser>
+#include <QRegularExpression>
+
+namespace {
+
+void addOptions(QCommandLineParser *parser)
+{
+    parser->setApplicationDescription(
+        HostOptions::tr("Стенд кассы: загружает модуль кассы и показывает его вкладку с настоящей базой данных."));
+    parser->addOptions({
+        {{QStringLiteral("h"), QStringLiteral("help")}, HostOptions::tr("Показать эту справку.")},
+        {{QStringLiteral("v"), QStringLiteral("version")}, HostOptions::tr("Показать версию.")},
+        {QStringLiteral("home"), HostOptions::tr("Папка всей трассы: документы, база и настройки."),
+         QStringLiteral("DIR")},
+        {QStringLiteral("plugin"), HostOptions::tr("Библиотека модуля кассы."), QStringLiteral("FILE")},
+        {QStringLiteral("demo"), HostOptions::tr("Заполнить пустую трассу данными для показа.")},
+        {QStringLiteral("play"), HostOptions::tr("Сыграть сценарий без человека и завершиться."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("out"), HostOptions::tr("Папка для снимков экрана сценария."), QStringLiteral("DIR")},
+        {QStringLiteral("log"), HostOptions::tr("Файл журнала событий, строки JSON."), QStringLiteral("FILE")},
+        {QStringLiteral("screenshot-size"), HostOptions::tr("Размер окна."), QStringLiteral("WxH")},
+        {QStringLiteral("quit-after"), HostOptions::tr("Завершиться через столько миллисекунд."), QStringLiteral("MS")},
+    });
+}
+
+QSize parseSize(const QString &text)
+{
+    static const QRegularExpression form(QStringLiteral("^([0-9]{2,5})x([0-9]{2,5})$"));
+    const QRegularExpressionMatch match = form.match(text);
+    return match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
+}
+
+} // namespace
+
+bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QString *error)
+{
+    QCommandLineParser parser;
+    addOptions(&parser);
+    if (!parser.parse(arguments)) {
+        *error = parser.errorText();
+        return false;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        *error = tr("Лишний аргумент: %1").arg(parser.positionalArguments().constFirst());
+        return false;
+    }
+
+    options->help = parser.isSet(QStringLiteral("help"));
+    options->version = parser.isSet(QStringLiteral("version"));
+    options->demo = parser.isSet(QStringLiteral("demo"));
+    options->home = parser.value(QStringLiteral("home"));
+    options->plugin = parser.value(QStringLiteral("plugin"));
+    options->play = parser.value(QStringLiteral("play"));
+    options->out = parser.value(QStringLiteral("out"));
+    options->log = parser.value(QStringLiteral("log"));
+
+    if (parser.isSet(QStringLiteral("screenshot-size"))) {
+        options->windowSize = parseSize(parser.value(QStringLiteral("screenshot-size")));
+        if (!options->windowSize.isValid()) {
+            *error = tr("Размер окна пишется как 1265x775");
+            return false;
+        }
+    }
+    if (parser.isSet(QStringLiteral("quit-after"))) {
+        bool ok = false;
+        options->quitAfter = parser.value(QStringLiteral("quit-after")).toInt(&ok);
+        if (!ok || options->quitAfter < 0) {
+            *error = tr("--quit-after: нужно число миллисекунд");
+            return false;
+        }
+    }
+    return true;
+}
+
+QString HostOptions::helpText()
+{
+    QCommandLineParser parser;
+    addOptions(&parser);
+    return parser.helpText();
+}

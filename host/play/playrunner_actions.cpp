@@ -1,0 +1,301 @@
+#include "play/playrunner.h"
+
+#include "deskpluginloader.h"
+#include "hostwindow.h"
+#include "play/widgetfinder.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QKeySequence>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPointer>
+#include <QRadioButton>
+#include <QTabBar>
+#include <QTabWidget>
+
+#include <cstdlib>
+
+namespace {
+
+// Where a hand would click: a box with a caption is aimed at, not the empty room beside the caption.
+QPoint aim(const QWidget *widget)
+{
+    if (qobject_cast<const QCheckBox *>(widget) || qobject_cast<const QRadioButton *>(widget))
+        return {10, widget->height() / 2};
+    return widget->rect().center();
+}
+
+// A widget behind an open dialog takes no input.
+bool isBlocked(const QWidget *widget)
+{
+    const QWidget *popup = QApplication::activePopupWidget();
+    if (popup && widget->window() == popup)
+        return false;
+    const QWidget *modal = QApplication::activeModalWidget();
+    return modal && widget->window() != modal && !modal->isAncestorOf(widget->window());
+}
+
+QModelIndex itemWithText(const QAbstractItemView *list, const QString &text)
+{
+    const QAbstractItemModel *model = list->model();
+    for (int row = 0; model && row < model->rowCount(list->rootIndex()); ++row) {
+        const QModelIndex index = model->index(row, 0, list->rootIndex());
+        if (index.data().toString() == text)
+            return index;
+    }
+    return QModelIndex();
+}
+
+} // namespace
+
+PlayRunner::Outcome PlayRunner::say(const PlayStep &step)
+{
+    Q_UNUSED(step)
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::wait(const PlayStep &step)
+{
+    bool ok = false;
+    const int ms = step.word(0).toInt(&ok);
+    if (!ok)
+        return failed(tr("нужно число миллисекунд"));
+    return m_stepTime.elapsed() >= ms ? done() : waiting(QString());
+}
+
+PlayRunner::Outcome PlayRunner::setTimeout(const PlayStep &step)
+{
+    bool ok = false;
+    const int ms = step.word(0).toInt(&ok);
+    if (!ok)
+        return failed(tr("нужно число миллисекунд"));
+    m_timeoutMs = ms;
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::clickAt(const PlayStep &step, QWidget *widget, QPoint pos, bool twice)
+{
+    if (!widget->isEnabled())
+        return waiting(tr("виджет выключен"));
+    if (isBlocked(widget))
+        return waiting(tr("мешает диалог «%1»").arg(QApplication::activeModalWidget()->windowTitle()));
+    if (!widget->window()->rect().contains(widget->mapTo(widget->window(), pos)))
+        return waiting(tr("виджет за краем окна"));
+
+    const QString buttonName = step.options.value(QStringLiteral("button"), QStringLiteral("left"));
+    if (buttonName != QLatin1String("left") && buttonName != QLatin1String("right"))
+        return failed(tr("неизвестная кнопка мыши «%1»").arg(buttonName));
+    Qt::KeyboardModifiers modifiers;
+    const QString with = step.options.value(QStringLiteral("with"));
+    modifiers.setFlag(Qt::ControlModifier, with.contains(QLatin1String("ctrl")));
+    modifiers.setFlag(Qt::ShiftModifier, with.contains(QLatin1String("shift")));
+
+    if (twice)
+        m_input.doubleClick(widget, pos);
+    else
+        m_input.click(widget, pos, buttonName == QLatin1String("right") ? Qt::RightButton : Qt::LeftButton, modifiers);
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::click(const PlayStep &step)
+{
+    QString reason;
+    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
+    return widget ? clickAt(step, widget, aim(widget), false) : waiting(reason);
+}
+
+PlayRunner::Outcome PlayRunner::doubleClick(const PlayStep &step)
+{
+    QString reason;
+    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
+    return widget ? clickAt(step, widget, aim(widget), true) : waiting(reason);
+}
+
+PlayRunner::Outcome PlayRunner::clickCellOf(const PlayStep &step, bool twice)
+{
+    QString reason;
+    QAbstractItemView *view = WidgetFinder::view(step.word(0), &reason);
+    if (!view)
+        return waiting(reason);
+    const QModelIndex index = WidgetFinder::cell(view, step.word(1), step.word(2), &reason);
+    if (!index.isValid())
+        return waiting(reason);
+    view->scrollTo(index);
+    const QRect rect = view->visualRect(index).intersected(view->viewport()->rect());
+    if (rect.isEmpty())
+        return waiting(tr("ячейка не видна"));
+    return clickAt(step, view->viewport(), rect.center(), twice);
+}
+
+PlayRunner::Outcome PlayRunner::clickCell(const PlayStep &step)
+{
+    return clickCellOf(step, false);
+}
+
+PlayRunner::Outcome PlayRunner::doubleClickCell(const PlayStep &step)
+{
+    return clickCellOf(step, true);
+}
+
+PlayRunner::Outcome PlayRunner::typeText(const PlayStep &step)
+{
+    QString reason;
+    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
+    if (!widget)
+        return waiting(reason);
+    if (!widget->isEnabled())
+        return waiting(tr("виджет выключен"));
+    if (isBlocked(widget))
+        return waiting(tr("мешает диалог «%1»").arg(QApplication::activeModalWidget()->windowTitle()));
+    if (!widget->hasFocus()) {
+        widget->activateWindow();
+        widget->setFocus(Qt::OtherFocusReason);
+    }
+    m_input.text(step.word(1));
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::fillText(const PlayStep &step)
+{
+    QString reason;
+    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
+    if (!widget)
+        return waiting(reason);
+    if (!widget->isEnabled() || isBlocked(widget))
+        return waiting(tr("виджет не принимает ввод"));
+    if (!widget->hasFocus()) {
+        widget->activateWindow();
+        widget->setFocus(Qt::OtherFocusReason);
+    }
+    m_input.key(Qt::Key_A, Qt::ControlModifier);
+    m_input.key(Qt::Key_Delete);
+    m_input.text(step.word(1));
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::pressKey(const PlayStep &step)
+{
+    const QKeySequence sequence = QKeySequence::fromString(step.word(0), QKeySequence::PortableText);
+    if (sequence.count() != 1 || sequence[0] == Qt::Key_unknown)
+        return failed(tr("неизвестная клавиша"));
+    const int code = sequence[0];
+    const int modifierMask = static_cast<int>(Qt::KeyboardModifierMask);
+    m_input.key(static_cast<Qt::Key>(code & ~modifierMask), static_cast<Qt::KeyboardModifiers>(code & modifierMask));
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::choose(const PlayStep &step)
+{
+    QWidget *popup = QApplication::activePopupWidget();
+    if (!popup)
+        return waiting(tr("не открыт ни список, ни меню"));
+
+    if (auto *menu = qobject_cast<QMenu *>(popup)) {
+        const QList<QAction *> actions = menu->actions();
+        for (QAction *action : actions) {
+            if (action->text().remove(QLatin1Char('&')) != step.word(0))
+                continue;
+            if (!action->isEnabled())
+                return waiting(tr("пункт меню выключен"));
+            m_input.click(menu, menu->actionGeometry(action).center());
+            return done();
+        }
+        return waiting(tr("в меню нет такого пункта"));
+    }
+
+    auto *list = popup->findChild<QAbstractItemView *>();
+    if (!list)
+        return waiting(tr("не открыт ни список, ни меню"));
+    const QModelIndex index = itemWithText(list, step.word(0));
+    if (!index.isValid())
+        return waiting(tr("в списке нет такой строки"));
+    // By the keyboard: a list ignores the mouse for a moment after it has opened.
+    list->setCurrentIndex(index);
+    m_input.key(Qt::Key_Return);
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::trigger(const PlayStep &step)
+{
+    QString reason;
+    QAction *action = WidgetFinder::action(step.word(0), &reason);
+    if (!action)
+        return waiting(reason);
+    if (!action->isEnabled())
+        return waiting(tr("действие выключено"));
+    const QPointer<QAction> target(action);
+    m_input.call([target] {
+        if (target)
+            target->trigger();
+    });
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::answer(const PlayStep &step)
+{
+    QString reason;
+    QAbstractButton *button = WidgetFinder::dialogButton(step.word(0), &reason);
+    return button ? clickAt(step, button, aim(button), false) : waiting(reason);
+}
+
+PlayRunner::Outcome PlayRunner::send(const PlayStep &step)
+{
+    m_input.call([this, step] { m_stage.desk->send(step.word(0), step.json); });
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::showTab(const PlayStep &step)
+{
+    return m_stage.window->showTab(step.word(0)) ? done() : waiting(tr("нет вкладки"));
+}
+
+PlayRunner::Outcome PlayRunner::showPage(const PlayStep &step)
+{
+    QString reason;
+    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
+    if (!widget)
+        return waiting(reason);
+    const auto *pages = qobject_cast<QTabWidget *>(widget);
+    if (!pages)
+        return failed(tr("«%1» — не вкладки").arg(step.word(0)));
+    QTabBar *bar = pages->tabBar();
+    for (int i = 0; i < bar->count(); ++i) {
+        if (bar->tabText(i).remove(QLatin1Char('&')) == step.word(1))
+            return clickAt(step, bar, bar->tabRect(i).center(), false);
+    }
+    return waiting(tr("нет вкладки «%1»").arg(step.word(1)));
+}
+
+PlayRunner::Outcome PlayRunner::resizeWindow(const PlayStep &step)
+{
+    const QStringList sides = step.word(0).split(QLatin1Char('x'));
+    const QSize size(sides.value(0).toInt(), sides.value(1).toInt());
+    if (size.isEmpty())
+        return failed(tr("размер пишется как 1265x775"));
+    m_stage.window->resize(size);
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::screenshot(const PlayStep &step)
+{
+    return savePicture(step.word(0)) ? done() : failed(tr("снимок не записан"));
+}
+
+PlayRunner::Outcome PlayRunner::restart(const PlayStep &step)
+{
+    Q_UNUSED(step)
+    if (QApplication::activeModalWidget() || QApplication::activePopupWidget())
+        return waiting(tr("открыт диалог или меню"));
+    return m_stage.window->restartDesk() ? done() : failed(m_stage.desk->errorText());
+}
+
+PlayRunner::Outcome PlayRunner::crash(const PlayStep &step)
+{
+    Q_UNUSED(step)
+    // No destructor and no handler runs, as when the power fails.
+    std::_Exit(EXIT_SUCCESS);
+}
