@@ -53,6 +53,10 @@ const LapvaneTicketPlugin::EventHandler LapvaneTicketPlugin::handlers[] = {
     {HostEvents::CarsListChanged, &LapvaneTicketPlugin::takeCars},
     {HostEvents::TrackIdUpdated, &LapvaneTicketPlugin::takeTrackId},
     {HostEvents::RemoteControlData, &LapvaneTicketPlugin::answerRemoteControl},
+    {HostEvents::NewRunStarted, &LapvaneTicketPlugin::takeRunStart},
+    {HostEvents::RefreshRunInfo, &LapvaneTicketPlugin::takeRunInfo},
+    {HostEvents::RefreshRunResults, &LapvaneTicketPlugin::takeRunResults},
+    {HostEvents::RunClosed, &LapvaneTicketPlugin::takeRunEnd},
     {HostEvents::RunSavedToDb, &LapvaneTicketPlugin::reloadArchive},
     {HostEvents::RunsArchiveList, &LapvaneTicketPlugin::takeRunsArchive},
     {HostEvents::PreparationCleared, &LapvaneTicketPlugin::clearPreparation},
@@ -249,6 +253,26 @@ void LapvaneTicketPlugin::reloadArchive(const QJsonObject &json)
 {
     Q_UNUSED(json)
     send(HostEvents::ReloadRunsArchive, {{QLatin1String("limitHours"), ArchiveHours}});
+}
+
+void LapvaneTicketPlugin::takeRunStart(const QJsonObject &json)
+{
+    form.onNewRunStarted(json);
+}
+
+void LapvaneTicketPlugin::takeRunInfo(const QJsonObject &json)
+{
+    form.onRefreshRunInfo(json);
+}
+
+void LapvaneTicketPlugin::takeRunResults(const QJsonObject &json)
+{
+    form.onRefreshRunResults(json);
+}
+
+void LapvaneTicketPlugin::takeRunEnd(const QJsonObject &json)
+{
+    form.onRunClosed(json);
 }
 
 void LapvaneTicketPlugin::takeRunsArchive(const QJsonObject &json)

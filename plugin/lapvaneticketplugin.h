@@ -55,6 +55,10 @@ private:
     void takeTrackId(const QJsonObject &json);
     void answerRemoteControl(const QJsonObject &request);
     void reloadArchive(const QJsonObject &json);
+    void takeRunStart(const QJsonObject &json);
+    void takeRunInfo(const QJsonObject &json);
+    void takeRunResults(const QJsonObject &json);
+    void takeRunEnd(const QJsonObject &json);
     void takeRunsArchive(const QJsonObject &json);
     void clearPreparation(const QJsonObject &json);
     void takeTimingParams(const QJsonObject &json);

@@ -3,6 +3,7 @@
 #include "common/clock.h"
 #include "common/deskpaths.h"
 #include "plugin/hostevents.h"
+#include "runqueue/runcontainerwidget.h"
 #include "ui_ticketpluginform.h"
 #include "vaneplugininterface.h"
 
@@ -59,6 +60,7 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     connect(&checkInDelegate, &ClientsCheckInDelegate::doubleClicked, this, &TicketPluginForm::checkIn_doubleClicked);
     checkInList.setMessageParent(ui->tvCheckIn);
     checkInList.setUsedPinCodes(&usedPinCodes);
+    checkInList.setSeatPinCodes([this] { return seatPinCodes(); });
     ui->tvCheckIn->addActions(
         {ui->actionAddRacer, ui->actionEditRacer, ui->actionRemoveRacer, ui->actionMoveToRuns});
     ui->tvCheckIn->setColumnHidden(NfcColumn, true);
@@ -263,6 +265,9 @@ void TicketPluginForm::publishPrices()
 void TicketPluginForm::onCarsChanged(const QJsonObject &json)
 {
     cars = json.value(QLatin1String("cars")).toArray();
+    const QList<QPointer<RunContainerWidget>> runs = queueRuns();
+    for (const QPointer<RunContainerWidget> &run : runs)
+        run->setCars(cars);
     checkInList.setAvailableCars(cars);
 }
 
@@ -324,16 +329,6 @@ void TicketPluginForm::onClientAccountData(const QJsonObject &json)
 {
     checkInList.updateClient(json);
     checkInList.save();
-}
-
-void TicketPluginForm::clearPreparedCars(const QJsonArray &clearList)
-{
-    checkInList.releaseCarByRacer(clearList);
-}
-
-void TicketPluginForm::startQueue(const QJsonObject &json)
-{
-    sendToHost(HostEvents::StartRun, json);
 }
 
 void TicketPluginForm::updateApiKey(const QJsonObject &json)

@@ -17,6 +17,7 @@
 #include <QModelIndex>
 #include <QNetworkAccessManager>
 #include <QPoint>
+#include <QPointer>
 #include <QSerialPort>
 #include <QSqlDatabase>
 #include <QStringList>
@@ -25,9 +26,13 @@
 #include <QWidget>
 
 class QAction;
+class QListWidget;
+class QListWidgetItem;
 class QNetworkReply;
+class RunContainerWidget;
 class VanePluginInterface;
 struct KidRecord;
+struct RunCompetitor;
 
 namespace Ui {
 class TicketPluginForm;
@@ -71,7 +76,12 @@ public:
     void onRunsArchive(const QJsonObject &json);
     void onLocalClientData(const QJsonObject &json);
     void onClientAccountData(const QJsonObject &json);
+    /// Takes the cars away from the racers whom the host has cleared from its preparation.
     void clearPreparedCars(const QJsonArray &clearList);
+    void onNewRunStarted(const QJsonObject &json);
+    void onRefreshRunInfo(const QJsonObject &json);
+    void onRefreshRunResults(const QJsonObject &json);
+    void onRunClosed(const QJsonObject &json);
     /// Starts the head of the queue; without one the host's own request goes back as a start.
     void startQueue(const QJsonObject &json);
     void updateApiKey(const QJsonObject &json);
@@ -90,6 +100,33 @@ public:
 
     /// Works the chain of start times out anew; a non-empty identity also names the run on the track.
     void recalcQueue(const QString &activeGuid);
+
+    /// Adds runs at the end of the queue and returns the last one, or null if `count` is below 1 or if it is gone again.
+    /// `durationMinutes` -1 takes the setting; `startTime` (seconds since the epoch, UTC) 0 goes on behind the last run.
+    RunContainerWidget *addRuns(int count, int durationMinutes, qint64 startTime);
+    /// Deletes runs, after a question (unless `silent`) for those with racers. The run on the track stays.
+    void removeRuns(const QList<QPointer<RunContainerWidget>> &runs, bool silent);
+    /// Moves a run onto the place of another one; the head of the queue cannot be moved away.
+    void moveRunInQueue(const QString &sourceGuid, const QString &targetGuid);
+    /// Seats racers, one seat for each run bought, in the first runs behind `fromRow` that accept them; -1 searches from
+    /// the head. A drop on `fromRow` has made the first seat already. The queue grows when it must.
+    void seatRacers(const QJsonArray &racers, int step, int fromRow);
+    /// Finds a seat by ticket data, and moves the racer if `runGuid` names another run. Both results are null if there is
+    /// none.
+    bool findCompetitor(const QJsonObject &request, RunCompetitor **competitor, RunContainerWidget **run,
+                        const QString &runGuid);
+    void moveRacerToRun(const QJsonObject &request);
+    void removeRacerFromRun(RunContainerWidget *run, const QString &uuid);
+    /// Frees a car in the check-in list and in one run; "current" or an empty identity means all runs.
+    void releaseCar(qint32 carId, const QString &runGuid);
+    void startRunByGuid(const QJsonObject &request);
+    void closeRunByGuid(const QJsonObject &request);
+    void pauseRunByGuid(const QJsonObject &request);
+    void updateRunDuration(const QJsonObject &request);
+    /// The run with this identity, or null.
+    RunContainerWidget *findRun(const QString &guid) const;
+    /// As findRun(), but "current" names the head of the queue.
+    RunContainerWidget *requestedRun(const QString &guid) const;
 
 public Q_SLOTS:
     void loadSettings();
@@ -152,11 +189,34 @@ private:
     QJsonObject priceTypesJson() const;
     QJsonObject runQueueJson() const;
     QJsonObject runHistoryJson() const;
+    RunContainerWidget *queueRun(int row) const;
+    RunContainerWidget *historyRun(int row) const;
+    int queueSize() const;
+    QList<QPointer<RunContainerWidget>> queueRuns() const;
+    QList<QPointer<RunContainerWidget>> selectedQueueRuns() const;
+    int rowOfRun(const QObject *run) const;
+    void connectRun(RunContainerWidget *run);
+    static void followRunSize(RunContainerWidget *run, QListWidget *list);
+    void dropRun(RunContainerWidget *run);
+    void closeRun(RunContainerWidget *run);
+    void archiveRun(const QJsonObject &record);
+    qint64 endOfQueue() const;
+    void freePinCodes(const RunContainerWidget &run);
+    QListWidgetItem *moveRunWidget(int source, int row);
+    QJsonArray stillToSeat(const QJsonArray &racers) const;
+    static bool moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target,
+                         RunCompetitor **competitor, RunContainerWidget **run);
+    void fillCarMenu(const RunContainerWidget &run);
+    QStringList seatPinCodes() const;
     void addRacerByHand();
     void editRacer(const QModelIndex &index);
     void removeSelectedRacers();
     void loadJournals();
     void saveJournals(bool full);
+    void loadQueue();
+    void saveQueue() const;
+    void loadHistory();
+    void saveHistory() const;
     void loadOperators();
     void saveOperators() const;
 
@@ -199,6 +259,10 @@ private:
     QString currentTab;
     Ui::TicketPluginForm *ui;
     bool warnMissingNfc = false;
+    /// No report of a run has come since the library was loaded.
+    bool awaitsFirstRunInfo = true;
+    /// The journals are being read: nothing is planned, published or written before the end.
+    bool loading = false;
 };
 
 #endif // TICKETPLUGINFORM_H

@@ -4,11 +4,32 @@
 
 #include "common/deskpaths.h"
 #include "common/jsonread.h"
+#include "runqueue/runcontainerwidget.h"
+#include "ui_ticketpluginform.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QJsonDocument>
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 namespace {
+
+constexpr char RunTag[] = "RUNITEM:";
+constexpr char CompetitorTag[] = "COMPETITOR:";
+constexpr size_t MaxHistoryRuns = 100;
+
+QString queueJournal()
+{
+    return DeskPaths::journal(QStringLiteral("runslist.state"));
+}
+
+QString historyJournal()
+{
+    return DeskPaths::journal(QStringLiteral("runshistory.state"));
+}
 
 QString operatorsJournal()
 {
@@ -19,9 +40,13 @@ QString operatorsJournal()
 
 void TicketPluginForm::loadJournals()
 {
+    loading = true;
     checkInList.load();
     regHistory.load();
+    loadQueue();
+    loadHistory();
     loadOperators();
+    loading = false;
     recalcQueue(QString());
     runQueueChanged(QString());
 }
@@ -29,9 +54,96 @@ void TicketPluginForm::loadJournals()
 void TicketPluginForm::saveJournals(bool full)
 {
     checkInList.save();
+    saveQueue();
     if (!full)
         return;
+    saveHistory();
     saveOperators();
+}
+
+void TicketPluginForm::saveQueue() const
+{
+    QBuffer bytes;
+    bytes.open(QIODevice::WriteOnly);
+    for (int row = 0; row < queueSize(); ++row) {
+        if (const RunContainerWidget *run = queueRun(row))
+            run->writeJournal(bytes);
+    }
+    QFile file(queueJournal());
+    if (file.open(QIODevice::WriteOnly))
+        file.write(bytes.data());
+}
+
+void TicketPluginForm::loadQueue()
+{
+    QFile file(queueJournal());
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    RunContainerWidget *run = nullptr;
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine();
+        if (line.startsWith(RunTag)) {
+            run = addRuns(1, -1, 0);
+            const auto item = JsonRead::object(line.mid(static_cast<int>(sizeof(RunTag)) - 1));
+            if (!item)
+                continue;
+            run->loadJournalItem(*item);
+            if (fixedRunStartTimeInQueue)
+                run->setStartTime(JsonRead::int64(item->value(QLatin1String("startTime"))));
+        } else if (run && line.startsWith(CompetitorTag)) {
+            const auto entry = JsonRead::object(line.mid(static_cast<int>(sizeof(CompetitorTag)) - 1));
+            if (!entry)
+                continue;
+            run->addCompetitor(*entry, true);
+            usedPinCodes.append(JsonRead::texts(entry->value(QLatin1String("pinCodes")).toArray()));
+        }
+    }
+}
+
+QStringList TicketPluginForm::seatPinCodes() const
+{
+    QStringList codes;
+    for (int row = 0; row < queueSize(); ++row) {
+        const RunContainerWidget *run = queueRun(row);
+        if (!run)
+            continue;
+        for (const auto &seat : run->competitors())
+            codes.append(JsonRead::texts(seat->data.value(QLatin1String("pinCodes")).toArray()));
+    }
+    return codes;
+}
+
+void TicketPluginForm::saveHistory() const
+{
+    QJsonArray runs;
+    for (int row = 0; row < ui->lwRunsHistory->count(); ++row) {
+        if (const RunContainerWidget *run = historyRun(row))
+            runs.append(run->runRecord());
+    }
+    const QByteArray bytes = QJsonDocument(runs).toJson();
+    QFile file(historyJournal());
+    if (file.open(QIODevice::WriteOnly))
+        file.write(bytes);
+}
+
+void TicketPluginForm::loadHistory()
+{
+    QFile file(historyJournal());
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QJsonArray runs = JsonRead::array(file.readAll()).value_or(QJsonArray());
+    std::vector<std::pair<qint64, QJsonObject>> sorted;
+    for (const QJsonValue &value : runs) {
+        const QJsonObject run = value.toObject();
+        if (!run.value(QLatin1String("runCompetitors")).toObject().isEmpty())
+            sorted.emplace_back(JsonRead::int64(run.value(QLatin1String("runStartTime"))), run);
+    }
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto &left, const auto &right) { return left.first < right.first; });
+    // What the list would drop again at once need not be built.
+    const size_t first = sorted.size() > MaxHistoryRuns ? sorted.size() - MaxHistoryRuns : 0;
+    for (size_t index = first; index < sorted.size(); ++index)
+        archiveRun(sorted[index].second);
 }
 
 void TicketPluginForm::loadOperators()
