@@ -29,14 +29,15 @@ std::optional<QJsonObject> JsonRead::journalLine(const QByteArray &line)
 std::optional<qint32> JsonRead::looseInt(const QJsonValue &value)
 {
     // A number that does not fit would turn into somebody else's.
-    const double wide = value.toDouble(0.0);
-    if (!(wide >= std::numeric_limits<qint32>::min() && wide <= std::numeric_limits<qint32>::max()))
-        return std::nullopt;
+    const auto fits = [](double wide) {
+        return wide >= std::numeric_limits<qint32>::min() && wide <= std::numeric_limits<qint32>::max();
+    };
+    const QVariant variant = value.toVariant();
     bool ok = false;
-    const int number = value.toVariant().toInt(&ok);
-    if (!ok)
+    const qint64 number = value.isDouble() && !fits(value.toDouble()) ? 0 : variant.toLongLong(&ok);
+    if (!ok || !fits(static_cast<double>(number)))
         return std::nullopt;
-    return number;
+    return static_cast<qint32>(number);
 }
 
 qint32 JsonRead::looseInt(const QJsonValue &value, qint32 fallback)

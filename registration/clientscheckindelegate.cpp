@@ -180,6 +180,8 @@ void ClientsCheckInDelegate::paintPayState(QPainter *painter, const QStyleOption
     const QVariant foreground = index.data(Qt::ForegroundRole);
     if (foreground.isValid())
         box.palette.setBrush(QPalette::All, QPalette::WindowText, foreground.value<QBrush>());
+    else if (option.state.testFlag(QStyle::State_Selected))
+        box.palette.setBrush(QPalette::All, QPalette::WindowText, option.palette.highlightedText());
     if (item.enqueued)
         disable(box);
     const QStyle *style = QApplication::style();
@@ -255,6 +257,8 @@ QWidget *ClientsCheckInDelegate::createDiscountEditor(QWidget *parent, const QMo
 {
     auto combo = std::make_unique<QComboBox>(parent);
     combo->setEditable(true);
+    // No completion: who types 5 wants 5 %, not the 50 % that the list holds.
+    combo->setCompleter(nullptr);
     combo->addItem(QStringLiteral("--"));
     if (prices) {
         for (const DiscountItem &discount : qAsConst(prices->discounts))

@@ -77,6 +77,11 @@ RunContainerWidget::RunContainerWidget(QWidget *parent)
     startButton.show();
     connect(&lockButton, &QPushButton::clicked, this, &RunContainerWidget::toggleLock);
     connect(&startButton, &QPushButton::clicked, this, &RunContainerWidget::startStopRun);
+    // Cells and title block are narrow; a name or a model must not lose its ends.
+    QFont smaller = font();
+    if (smaller.pointSizeF() > 7.5)
+        smaller.setPointSizeF(smaller.pointSizeF() - 1.5);
+    setFont(smaller);
     setAcceptDrops(true);
     setMouseTracking(true);
     setMinimumSize(MinimumSize);

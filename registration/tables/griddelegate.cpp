@@ -1,6 +1,7 @@
 #include "registration/tables/griddelegate.h"
 
 #include <QPainter>
+#include <QWidget>
 
 GridDelegate::GridDelegate(QObject *parent)
     : QStyledItemDelegate(parent)
@@ -17,6 +18,16 @@ void GridDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, 
     painter->setPen(cell.palette.color(QPalette::Midlight));
     painter->drawRect(cell.rect);
     painter->restore();
+}
+
+QWidget *GridDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                                    const QModelIndex &index) const
+{
+    QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
+    // Around a spin box's arrows the cell's own text would show through.
+    if (editor)
+        editor->setAutoFillBackground(true);
+    return editor;
 }
 
 void GridDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,

@@ -1,0 +1,166 @@
+#include "demodata.h"
+#include "trackdatabase.h"
+#include "trackhome.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+class TestDemoData : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void carsOfSeveralModels();
+    void everyItemStandsInBothBlocks();
+    void racersMatchThePriceList();
+    void settingsInTheStoredFormat();
+    void paidRacerHasAPayment();
+    void secondFillChangesNothing();
+
+private:
+    QVector<QVariantList> rows(const QString &sql);
+    QByteArray journal() const;
+
+    QTemporaryDir m_directory;
+    QScopedPointer<TrackHome> m_home;
+    QScopedPointer<TrackDatabase> m_database;
+};
+
+QVector<QVariantList> TestDemoData::rows(const QString &sql)
+{
+    QVector<QVariantList> found;
+    if (!m_database->select(sql, &found))
+        qWarning("%s", qPrintable(m_database->errorText()));
+    return found;
+}
+
+QByteArray TestDemoData::journal() const
+{
+    QFile file(m_home->journalsDirectory() + QStringLiteral("/tickets.state"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void TestDemoData::initTestCase()
+{
+    QVERIFY(m_directory.isValid());
+    m_home.reset(new TrackHome(m_directory.path()));
+    QString error;
+    QVERIFY2(m_home->enter(&error), qPrintable(error));
+    QVERIFY2(m_home->makeTree(&error), qPrintable(error));
+    m_database.reset(new TrackDatabase(m_home->databaseFile()));
+    QVERIFY(m_database->prepare());
+    QVERIFY(DemoData(*m_home, m_database.data()).fill());
+}
+
+void TestDemoData::carsOfSeveralModels()
+{
+    QVERIFY(rows(QStringLiteral("SELECT DISTINCT name FROM cars")).size() >= 2);
+    const int cars = m_database->cars().size();
+    QVERIFY(cars >= 8 && cars <= 12);
+    QCOMPARE(rows(QStringLiteral("SELECT DISTINCT num, transponderId FROM cars")).size(), cars);
+}
+
+void TestDemoData::everyItemStandsInBothBlocks()
+{
+    const QVector<QVariantList> types = rows(QStringLiteral("SELECT id, name FROM price_types ORDER BY id"));
+    QCOMPARE(types.size(), 2);
+    QCOMPARE(types.at(0).at(0).toInt(), -1);
+    QCOMPARE(types.at(1).at(0).toInt(), 1);
+
+    const QVector<QVariantList> items =
+        rows(QStringLiteral("SELECT a.id, a.common_id, a.sales_item = b.sales_item AND ifnull(a.model, '') = "
+                            "ifnull(b.model, '') AND a.color = b.color AND a.show_remote = b.show_remote, a.sum <> "
+                            "b.sum FROM price_list a JOIN price_list b ON a.common_id = b.common_id AND a.price_type "
+                            "= -1 AND b.price_type = 1"));
+    QVERIFY(items.size() >= 3);
+    QCOMPARE(rows(QStringLiteral("SELECT id FROM price_list")).size(), 2 * items.size());
+    int ownPrices = 0;
+    for (const QVariantList &item : items) {
+        QCOMPARE(item.at(0).toInt(), item.at(1).toInt());
+        QVERIFY(item.at(2).toBool());
+        ownPrices += item.at(3).toInt();
+    }
+    QVERIFY(ownPrices > 0);
+}
+
+void TestDemoData::racersMatchThePriceList()
+{
+    const QList<QByteArray> lines = journal().trimmed().split('\n');
+    QVERIFY(lines.size() >= 3);
+    int sold = 0;
+    int minors = 0;
+    QStringList codes;
+    for (const QByteArray &line : lines) {
+        const QJsonObject racer = QJsonDocument::fromJson(line).object();
+        QVERIFY(!racer.value(QStringLiteral("uuid")).toString().isEmpty());
+        QJsonArray family = racer.value(QStringLiteral("kidsList")).toArray();
+        minors += family.size();
+        family.prepend(racer);
+        double sum = 0;
+        for (const QJsonValue &value : qAsConst(family)) {
+            const QJsonObject member = value.toObject();
+            const int runs = member.value(QStringLiteral("runCount")).toInt();
+            QCOMPARE(member.value(QStringLiteral("pinCodes")).toArray().size(), qMax(runs, 1));
+            codes.append(member.value(QStringLiteral("pinCodes")).toArray().at(0).toString());
+            sum += runs * member.value(QStringLiteral("price")).toDouble();
+            if (member.value(QStringLiteral("salesItem")).toString().isEmpty())
+                continue;
+            ++sold;
+            const QVector<QVariantList> item =
+                rows(QStringLiteral("SELECT sales_item, sum FROM price_list WHERE id = %1")
+                         .arg(member.value(QStringLiteral("salesId")).toInt()));
+            QCOMPARE(item.size(), 1);
+            QCOMPARE(item.at(0).at(0).toString(), member.value(QStringLiteral("salesItem")).toString());
+            QCOMPARE(item.at(0).at(1).toDouble(), member.value(QStringLiteral("price")).toDouble());
+        }
+        QCOMPARE(racer.value(QStringLiteral("paySum")).toDouble(), sum);
+    }
+    QVERIFY(sold >= 3);
+    QVERIFY(minors >= 1);
+    QCOMPARE(codes.removeDuplicates(), 0);
+}
+
+void TestDemoData::settingsInTheStoredFormat()
+{
+    const QSettings settings(QStringLiteral("zz.ordvex"), QStringLiteral("prices"));
+    for (const char *key : {"discounts", "paymethods"}) {
+        const QJsonDocument list = QJsonDocument::fromJson(settings.value(QLatin1String(key)).toByteArray());
+        QVERIFY2(list.isArray(), key);
+        const QJsonArray texts = list.array();
+        QVERIFY(!texts.isEmpty());
+        for (const QJsonValue &text : texts)
+            QVERIFY(text.isString());
+    }
+}
+
+void TestDemoData::paidRacerHasAPayment()
+{
+    QStringList paid;
+    const QList<QByteArray> lines = journal().trimmed().split('\n');
+    for (const QByteArray &line : lines) {
+        const QJsonObject racer = QJsonDocument::fromJson(line).object();
+        if (racer.value(QStringLiteral("payState")).toBool())
+            paid.append(racer.value(QStringLiteral("uuid")).toString());
+    }
+    QVERIFY(!paid.isEmpty());
+    QStringList stored;
+    const QVector<QVariantList> payments =
+        rows(QStringLiteral("SELECT racer_guid FROM payments WHERE pay_state = 1 AND sum > 0"));
+    for (const QVariantList &row : payments)
+        stored.append(row.at(0).toString());
+    QCOMPARE(stored, paid);
+}
+
+void TestDemoData::secondFillChangesNothing()
+{
+    const QByteArray before = journal();
+    QVERIFY(DemoData(*m_home, m_database.data()).fill());
+    QCOMPARE(journal(), before);
+    QCOMPARE(rows(QStringLiteral("SELECT id FROM price_types")).size(), 2);
+}
+
+QTEST_GUILESS_MAIN(TestDemoData)
+#include "tst_host_demodata.moc"

@@ -1,0 +1,156 @@
+#include "deskpluginloader.h"
+#include "eventlogmodel.h"
+#include "hostwindow.h"
+#include "play/playrunner.h"
+#include "runtiming.h"
+#include "trackdatabase.h"
+#include "trackhome.h"
+#include "trackservices.h"
+
+#include <QtTest>
+
+/// Days played on the bench host's own widgets, without a desk.
+class TestPlayRunner : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void plays_data();
+    void plays();
+    void answersADialogFromInsideIt();
+    void leavesAPicture();
+    void unreadableScript();
+
+private:
+    bool play(const QString &text);
+
+    QTemporaryDir m_directory;
+    QScopedPointer<TrackHome> m_home;
+    QScopedPointer<TrackDatabase> m_database;
+    DeskPluginLoader m_desk;
+    EventLogModel m_log;
+    QScopedPointer<TrackServices> m_services;
+    QScopedPointer<RunTiming> m_timing;
+    QScopedPointer<HostWindow> m_window;
+};
+
+void TestPlayRunner::initTestCase()
+{
+    QVERIFY(m_directory.isValid());
+    m_home.reset(new TrackHome(m_directory.path()));
+    QString error;
+    QVERIFY2(m_home->enter(&error), qPrintable(error));
+    QVERIFY2(m_home->makeTree(&error), qPrintable(error));
+    m_database.reset(new TrackDatabase(m_home->databaseFile()));
+    QVERIFY(m_database->prepare());
+    m_services.reset(new TrackServices(&m_desk, m_database.data()));
+    m_timing.reset(new RunTiming(&m_desk, m_database.data()));
+    m_window.reset(new HostWindow(&m_desk, m_services.data(), m_timing.data(), m_database.data(), &m_log));
+    m_window->resize(900, 600);
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.data()));
+}
+
+bool TestPlayRunner::play(const QString &text)
+{
+    QFile script(m_home->path(QStringLiteral("test.play")));
+    if (!script.open(QIODevice::WriteOnly))
+        return false;
+    script.write(text.toUtf8());
+    script.close();
+
+    PlayRunner runner({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory()});
+    QString error;
+    if (!runner.load(script.fileName(), &error)) {
+        qWarning("%s", qPrintable(error));
+        return false;
+    }
+    QSignalSpy finished(&runner, &PlayRunner::finished);
+    // A dialog that is still open would keep this function in its loop.
+    connect(&runner, &PlayRunner::finished, this, [] {
+        if (QWidget *dialog = QApplication::activeModalWidget())
+            dialog->close();
+    });
+    runner.start();
+    return finished.wait(20000) && finished.at(0).at(0).toBool();
+}
+
+void TestPlayRunner::plays_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<bool>("ok");
+    const auto row = [](const char *name, const char *script, bool ok) {
+        QTest::newRow(name) << QString::fromUtf8(script) << ok;
+    };
+    row("nothing", "# ничего\n", true);
+    row("a text typed", "fill leEventSearch \"Ёлка Q7 -заезд\"\nexpect leEventSearch text is \"Ёлка Q7 -заезд\"", true);
+    row("a text filled over another",
+        "fill leEventSearch abc\nfill leEventSearch d\ntype leEventSearch e\n"
+        "expect leEventSearch text is de",
+        true);
+    row("another text", "fill leEventSearch abc\nexpect leEventSearch text is abd within=100", false);
+    row("a key", "fill leEventSearch abc\nkey Backspace\nexpect leEventSearch text is ab", true);
+    row("a click",
+        "expect cbEventFollow checked is true\nclick cbEventFollow\nexpect cbEventFollow checked is false\n"
+        "click cbEventFollow\nexpect cbEventFollow checked is true",
+        true);
+    row("a choice in a list",
+        "click cbEventSide\nchoose Кассе\nexpect cbEventSide currentText is Кассе\n"
+        "click cbEventSide\nchoose \"Все события\"\nexpect cbEventSide currentText contains Все",
+        true);
+    row("a choice that is not there", "click cbEventSide\nchoose Чужие within=200", false);
+    row("after it the list can be left", "key Escape\nexpect cbEventSide currentText is \"Все события\"", true);
+    row("no such widget", "click bAddRacer within=100", false);
+    row("no such property", "expect leEventSearch colour is red", false);
+    row("a query", "expectSql \"SELECT id, name FROM price_types\" is \"-1|Основные\"", true);
+    row("another answer", "expectSql \"SELECT 1\" is 2 within=100", false);
+    row("a bad query", "expectSql \"SELECT\" is 1", false);
+    row("no such file", "expectNoFile Documents/none", true);
+    row("a missing file", "expectFile Documents/none contains a within=100", false);
+    row("lines of a file", "expectLines test.play 1", true);
+    row("no event", "mark\nexpectNoEvent insert_tab\nexpectEvents", true);
+    row("an event that never comes", "mark\nexpectEvent insert_tab within=100", false);
+    row("answer without a dialog", "answer Yes within=100", false);
+    row("a wait", "timeout 50\nwait 200", true);
+}
+
+void TestPlayRunner::plays()
+{
+    QFETCH(QString, script);
+    QTEST(play(script), "ok");
+}
+
+void TestPlayRunner::answersADialogFromInsideIt()
+{
+    QVERIFY(play(QStringLiteral("trigger hostTrack\n"
+                                "expectDialog Трасса\n"
+                                "fill leTrackName \"Картинг-центр\"\n"
+                                "answer Ok\n"
+                                "expectNoDialog\n")));
+    QCOMPARE(m_services->state().trackName, QStringLiteral("Картинг-центр"));
+    QVERIFY(play(QStringLiteral("trigger hostTrack\nfill leTrackName x\nanswer Cancel\nexpectNoDialog\n")));
+    QCOMPARE(m_services->state().trackName, QStringLiteral("Картинг-центр"));
+    QVERIFY2(!play(QStringLiteral("trigger hostTrack\nclick leEventSearch within=200\n")),
+             "a widget behind the dialog takes no click");
+}
+
+void TestPlayRunner::leavesAPicture()
+{
+    QVERIFY(play(QStringLiteral("screenshot pictures/log.png\n")));
+    const QImage picture(m_home->path(QStringLiteral("pictures/log.png")));
+    QCOMPARE(picture.size(), m_window->size());
+    QVERIFY(!play(QStringLiteral("click nobody within=50\n")));
+    QVERIFY(QFile::exists(m_home->path(QStringLiteral("failed.png"))));
+}
+
+void TestPlayRunner::unreadableScript()
+{
+    PlayRunner runner({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory()});
+    QString error;
+    QVERIFY(!runner.load(m_home->path(QStringLiteral("none.play")), &error));
+    QVERIFY(!error.isEmpty());
+}
+
+QTEST_MAIN(TestPlayRunner)
+#include "tst_host_playrunner.moc"
