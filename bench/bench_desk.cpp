@@ -102,9 +102,10 @@ void BenchDesk::seed() const
     QByteArray queue;
     int number = Lines;
     for (int run = 0; run < Runs; ++run) {
-        queue += "RUNITEM:" +
-                 compact({{QStringLiteral("runNum"), run + 1}, {QStringLiteral("uuid"), QUuid::createUuid().toString()}}) +
-                 '\n';
+        queue +=
+            "RUNITEM:"
+            + compact({{QStringLiteral("runNum"), run + 1}, {QStringLiteral("uuid"), QUuid::createUuid().toString()}})
+            + '\n';
         for (int seat = 0; seat < RacersInRun; ++seat) {
             QJsonObject entry = racer(number++);
             entry.insert(QStringLiteral("competitorId"), -1001 - seat);
@@ -147,7 +148,8 @@ void BenchDesk::cleanup()
 
 void BenchDesk::publicationAndJournals()
 {
-    QBENCHMARK {
+    QBENCHMARK
+    {
         form->runQueueChanged();
     }
 }
@@ -160,7 +162,8 @@ void BenchDesk::floorSerialisingTheQueue()
     form->runQueueChanged();
     host.disconnect(this);
     QVERIFY(update.contains(QStringLiteral("runQueue")));
-    QBENCHMARK {
+    QBENCHMARK
+    {
         QVERIFY(!compact(update).isEmpty());
     }
 }
@@ -169,7 +172,8 @@ void BenchDesk::journalWrite()
 {
     // Without a host the same call publishes nothing and only writes.
     form->setPlugin(nullptr);
-    QBENCHMARK {
+    QBENCHMARK
+    {
         form->runQueueChanged();
     }
 }
@@ -183,7 +187,8 @@ void BenchDesk::floorWritingTheSameBytes()
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(bytes), static_cast<qint64>(bytes.size()));
     };
-    QBENCHMARK {
+    QBENCHMARK
+    {
         write(QStringLiteral("floor1"), tickets);
         write(QStringLiteral("floor2"), queue);
     }
@@ -193,7 +198,8 @@ void BenchDesk::seatingInTenRuns()
 {
     QJsonObject entry = racer(9000);
     entry.insert(QStringLiteral("runCount"), SeatsOfOneRacer);
-    QBENCHMARK {
+    QBENCHMARK
+    {
         entry.insert(QStringLiteral("uuid"), QUuid::createUuid().toString());
         form->seatRacers({entry}, 1, -1);
     }
@@ -207,7 +213,8 @@ void BenchDesk::floorSerialisingTenPresets()
                                   {QStringLiteral("carId"), -1},
                                   {QStringLiteral("clientId"), -1},
                                   {QStringLiteral("competitorId"), -1001 - seat}});
-    QBENCHMARK {
+    QBENCHMARK
+    {
         for (int run = 0; run < SeatsOfOneRacer; ++run)
             QVERIFY(!compact({{QStringLiteral("preset"), preset}}).isEmpty());
     }
@@ -215,7 +222,8 @@ void BenchDesk::floorSerialisingTenPresets()
 
 void BenchDesk::recalcQueue()
 {
-    QBENCHMARK {
+    QBENCHMARK
+    {
         form->recalcQueue(QString());
     }
 }
@@ -223,7 +231,8 @@ void BenchDesk::recalcQueue()
 void BenchDesk::restart()
 {
     form.reset();
-    QBENCHMARK {
+    QBENCHMARK
+    {
         form = std::make_unique<TicketPluginForm>();
         form.reset();
     }
@@ -233,10 +242,11 @@ void BenchDesk::floorParsingTheJournals()
 {
     form.reset();
     const QByteArray history = track->readJournal(QStringLiteral("runshistory.state"));
-    const QList<QByteArray> lines = (track->readJournal(QStringLiteral("tickets.state")) +
-                                     track->readJournal(QStringLiteral("runslist.state")))
-                                        .split('\n');
-    QBENCHMARK {
+    const QList<QByteArray> lines =
+        (track->readJournal(QStringLiteral("tickets.state")) + track->readJournal(QStringLiteral("runslist.state")))
+            .split('\n');
+    QBENCHMARK
+    {
         QVERIFY(QJsonDocument::fromJson(history).isArray());
         for (const QByteArray &line : lines)
             QVERIFY(line.isEmpty() || QJsonDocument::fromJson(line.mid(line.indexOf('{'))).isObject());

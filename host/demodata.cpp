@@ -36,14 +36,14 @@ DemoData::DemoData(const TrackHome &home, TrackDatabase *database)
 {
 }
 
-bool DemoData::fill()
+bool DemoData::fill(QSize queue)
 {
     if (!m_database->isEmptyTrack())
         return true;
     if (!fillDatabase())
         return false;
     fillSettings();
-    return fillCheckInList();
+    return fillCheckInList() && (queue.isEmpty() || fillQueue(queue));
 }
 
 bool DemoData::fillDatabase()

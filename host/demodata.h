@@ -1,7 +1,9 @@
 #ifndef DEMODATA_H
 #define DEMODATA_H
 
+#include <QJsonArray>
 #include <QJsonObject>
+#include <QSize>
 #include <QString>
 #include <QVector>
 
@@ -17,7 +19,9 @@ public:
     DemoData(const TrackHome &home, TrackDatabase *database);
 
     /// Fills an empty track; a track with cars or prices stays as it is. False when something could not be written.
-    bool fill();
+    /// With a size, the queue holds so many runs (width) of so many racers (height), and the day is well under way: the
+    /// check-in list is longer, the history and the archive hold the first runs.
+    bool fill(QSize queue = QSize());
 
 private:
     struct Item
@@ -36,6 +40,14 @@ private:
     void fillSettings() const;
     bool fillCheckInList();
     bool storePayment(const QJsonObject &record);
+    // demodata_queue.cpp
+    bool fillQueue(QSize queue);
+    bool fillHistory(int firstRacer, int racers);
+    bool fillBusyList(int firstRacer);
+    QJsonArray seats(int run, int firstRacer, int racers, bool withCars) const;
+    static QJsonObject queueRun(int number, int racers);
+
+    /// A line that has bought `runCount` of an item; an item of -1 means nothing so far.
     QJsonObject racer(const QString &lastName, const QString &firstName, const QString &midName, int item,
                       int runCount) const;
 

@@ -5,6 +5,10 @@
 
 namespace {
 
+constexpr int maxSpeed = 10000;
+constexpr int maxDemoRuns = 200;
+constexpr int maxDemoRacers = 50;
+
 void addOptions(QCommandLineParser *parser)
 {
     parser->setApplicationDescription(
@@ -16,6 +20,10 @@ void addOptions(QCommandLineParser *parser)
          QStringLiteral("DIR")},
         {QStringLiteral("plugin"), HostOptions::tr("Библиотека модуля кассы."), QStringLiteral("FILE")},
         {QStringLiteral("demo"), HostOptions::tr("Заполнить пустую трассу данными для показа.")},
+        {QStringLiteral("demo-queue"),
+         HostOptions::tr("То же, и очередь из стольких заездов по столько участников, и история."),
+         QStringLiteral("RxN")},
+        {QStringLiteral("speed"), HostOptions::tr("Во сколько раз быстрее часов идут заезды."), QStringLiteral("N")},
         {QStringLiteral("play"), HostOptions::tr("Сыграть сценарий без человека и завершиться."),
          QStringLiteral("FILE")},
         {QStringLiteral("out"), HostOptions::tr("Папка для снимков экрана сценария."), QStringLiteral("DIR")},
@@ -27,7 +35,7 @@ void addOptions(QCommandLineParser *parser)
 
 QSize parseSize(const QString &text)
 {
-    static const QRegularExpression form(QStringLiteral("^([0-9]{2,5})x([0-9]{2,5})$"));
+    static const QRegularExpression form(QStringLiteral("^([0-9]{1,5})x([0-9]{1,5})$"));
     const QRegularExpressionMatch match = form.match(text);
     return match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
 }
@@ -58,8 +66,25 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
 
     if (parser.isSet(QStringLiteral("screenshot-size"))) {
         options->windowSize = parseSize(parser.value(QStringLiteral("screenshot-size")));
-        if (!options->windowSize.isValid()) {
+        if (options->windowSize.isEmpty()) {
             *error = tr("Размер окна пишется как 1265x775");
+            return false;
+        }
+    }
+    if (parser.isSet(QStringLiteral("demo-queue"))) {
+        options->demo = true;
+        options->demoQueue = parseSize(parser.value(QStringLiteral("demo-queue")));
+        if (options->demoQueue.isEmpty() || options->demoQueue.width() > maxDemoRuns
+            || options->demoQueue.height() > maxDemoRacers) {
+            *error = tr("Очередь пишется как 12x8, не больше %1x%2").arg(maxDemoRuns).arg(maxDemoRacers);
+            return false;
+        }
+    }
+    if (parser.isSet(QStringLiteral("speed"))) {
+        bool ok = false;
+        options->speed = parser.value(QStringLiteral("speed")).toInt(&ok);
+        if (!ok || options->speed < 1 || options->speed > maxSpeed) {
+            *error = tr("--speed: нужно число от 1 до %1").arg(maxSpeed);
             return false;
         }
     }

@@ -26,6 +26,10 @@ public:
     QSize windowSize;
     /// Milliseconds after which the program ends by itself; -1 means never.
     int quitAfter = -1;
+    /// How many seconds of a run pass in a second of the clock.
+    int speed = 1;
+    /// Runs of the queue that a demo track starts with, and racers in each; empty means no queue.
+    QSize demoQueue;
     bool demo = false;
     bool help = false;
     bool version = false;

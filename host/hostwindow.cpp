@@ -3,6 +3,7 @@
 #include "deskpluginloader.h"
 #include "eventlogmodel.h"
 #include "eventlogview.h"
+#include "runtiming.h"
 #include "settingsdialog.h"
 #include "trackservices.h"
 
@@ -32,14 +33,17 @@ QWidget *widgetAt(const QJsonValue &address)
 
 } // namespace
 
-HostWindow::HostWindow(DeskPluginLoader *desk, TrackServices *services, TrackDatabase *database, EventLogModel *log)
+HostWindow::HostWindow(DeskPluginLoader *desk, TrackServices *services, RunTiming *timing, TrackDatabase *database,
+                       EventLogModel *log)
     : m_desk(desk)
     , m_services(services)
+    , m_timing(timing)
     , m_database(database)
     , m_log(log)
     , m_tabs(new QTabWidget(this))
     , m_logView(new EventLogView(log, this))
     , m_state(new QLabel(this))
+    , m_trackState(new QLabel(this))
 {
     setObjectName(QStringLiteral("hostWindow"));
     setWindowTitle(tr("Стенд кассы"));
@@ -48,6 +52,8 @@ HostWindow::HostWindow(DeskPluginLoader *desk, TrackServices *services, TrackDat
     m_tabs->addTab(m_logView, tr("События"));
     setCentralWidget(m_tabs);
     statusBar()->addWidget(m_state);
+    m_trackState->setObjectName(QStringLiteral("trackState"));
+    statusBar()->addPermanentWidget(m_trackState);
     buildMenus();
 
     connect(m_tabs, &QTabWidget::currentChanged, this, &HostWindow::tabChanged);
@@ -57,6 +63,7 @@ HostWindow::HostWindow(DeskPluginLoader *desk, TrackServices *services, TrackDat
             });
     connect(m_desk, &DeskPluginLoader::received, this, &HostWindow::onReceived);
     connect(m_desk, &DeskPluginLoader::aboutToUnload, this, &HostWindow::releaseDeskWidgets);
+    connect(m_timing, &RunTiming::changed, this, [this] { m_trackState->setText(m_timing->description()); });
 }
 
 HostWindow::~HostWindow()
@@ -73,6 +80,7 @@ bool HostWindow::startDesk(bool announce)
     tabChanged(m_tabs->currentIndex());
     if (announce)
         m_services->announce();
+    m_timing->track().announce();
     reportState();
     return true;
 }
@@ -148,10 +156,9 @@ void HostWindow::tabChanged(int index)
 
 void HostWindow::reportState()
 {
-    m_state->setText(
-        m_desk->isLoaded()
-            ? tr("%1, версия %2 — %3").arg(m_desk->moduleName()).arg(m_desk->versionWord()).arg(m_desk->fileName())
-            : tr("Модуль не загружен"));
+    m_state->setText(m_desk->isLoaded() ? tr("%1, версия %2").arg(m_desk->moduleName()).arg(m_desk->versionWord())
+                                        : tr("Модуль не загружен"));
+    m_state->setToolTip(m_desk->fileName());
 }
 
 void HostWindow::fitDesk(QSize tabSize)

@@ -11,6 +11,7 @@ class EventLogView;
 class QLabel;
 class QMenu;
 class QTabWidget;
+class RunTiming;
 class SettingsDialog;
 class TrackDatabase;
 class TrackServices;
@@ -22,8 +23,9 @@ class HostWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// All four outlive the window.
-    HostWindow(DeskPluginLoader *desk, TrackServices *services, TrackDatabase *database, EventLogModel *log);
+    /// All five outlive the window.
+    HostWindow(DeskPluginLoader *desk, TrackServices *services, RunTiming *timing, TrackDatabase *database,
+               EventLogModel *log);
     ~HostWindow() override;
 
     /// Loads the desk and goes through the handshake. Also tells it the whole state of the track when `announce` is
@@ -46,6 +48,7 @@ private:
     void buildMenus();
     void buildDeskMenu();
     void buildTrackMenu();
+    void buildRunMenu();
     void buildServiceMenu();
     void fillCarsMenu();
 
@@ -65,12 +68,14 @@ private:
 
     DeskPluginLoader *m_desk;
     TrackServices *m_services;
+    RunTiming *m_timing;
     TrackDatabase *m_database;
     EventLogModel *m_log;
     QTabWidget *m_tabs;
     EventLogView *m_logView;
     QMenu *m_carsMenu = nullptr;
     QLabel *m_state;
+    QLabel *m_trackState;
     QPointer<QWidget> m_deskTab;
     QPointer<SettingsDialog> m_settings;
     bool m_announce = false;

@@ -1,6 +1,7 @@
 #include "hostwindow.h"
 
 #include "deskpluginloader.h"
+#include "runtiming.h"
 #include "sendeventdialog.h"
 #include "trackdatabase.h"
 #include "trackservices.h"
@@ -41,6 +42,7 @@ void HostWindow::buildMenus()
 {
     buildDeskMenu();
     buildTrackMenu();
+    buildRunMenu();
     buildServiceMenu();
 }
 
@@ -60,7 +62,6 @@ void HostWindow::buildTrackMenu()
     QMenu *menu = menuBar()->addMenu(tr("&Трасса"));
     named(menu->addAction(tr("Трасса…"), this, &HostWindow::askTrack), "hostTrack");
     named(menu->addAction(tr("Начало рабочего дня…"), this, &HostWindow::askDayBegin), "hostDayBegin");
-    named(menu->addAction(tr("Номер следующего заезда…"), this, &HostWindow::askNextRun), "hostNextRun");
     named(menu->addAction(tr("Текущая вкладка…"), this, &HostWindow::askCurrentTab), "hostCurrentTab");
     menu->addSeparator();
     QAction *race = named(menu->addAction(tr("Режим гонки")), "hostRaceMode");
@@ -69,6 +70,19 @@ void HostWindow::buildTrackMenu()
     m_carsMenu = menu->addMenu(tr("Карты в прокате"));
     connect(m_carsMenu, &QMenu::aboutToShow, this, &HostWindow::fillCarsMenu);
     named(menu->addAction(tr("Отправить список картов"), m_services, &TrackServices::sendCars), "hostCars");
+}
+
+void HostWindow::buildRunMenu()
+{
+    QMenu *menu = menuBar()->addMenu(tr("&Заезд"));
+    named(menu->addAction(tr("Запросить старт очереди"), this,
+                          [this] { m_desk->send(QStringLiteral("request_queue_start")); }),
+          "hostQueueStart");
+    named(menu->addAction(tr("Красный флаг"), this, [this] { m_timing->track().toggleRedFlag(); }), "hostRedFlag");
+    named(menu->addAction(tr("Финишировать"), this, [this] { m_timing->track().finishRun(); }), "hostFinishRun");
+    named(menu->addAction(tr("Закрыть"), this, [this] { m_timing->track().closeRun(); }), "hostCloseRun");
+    menu->addSeparator();
+    named(menu->addAction(tr("Номер следующего заезда…"), this, &HostWindow::askNextRun), "hostNextRun");
 }
 
 void HostWindow::buildServiceMenu()
@@ -140,10 +154,10 @@ void HostWindow::askTrack()
 void HostWindow::askNextRun()
 {
     bool ok = false;
-    const int number = QInputDialog::getInt(this, tr("Следующий заезд"), tr("Номер"), m_services->state().nextRunNumber,
-                                            0, 100000, 1, &ok);
+    const int number = QInputDialog::getInt(this, tr("Следующий заезд"), tr("Номер"),
+                                            m_timing->track().nextRunNumber(), 0, 100000, 1, &ok);
     if (ok)
-        m_services->setNextRunNumber(number);
+        m_timing->track().setNextRunNumber(number);
 }
 
 void HostWindow::askCurrentTab()

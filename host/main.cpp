@@ -5,6 +5,7 @@
 #include "hostoptions.h"
 #include "hostwindow.h"
 #include "play/playrunner.h"
+#include "runtiming.h"
 #include "trackdatabase.h"
 #include "trackhome.h"
 #include "trackservices.h"
@@ -108,7 +109,7 @@ int main(int argc, char *argv[])
     TrackDatabase database(home.databaseFile());
     if (!database.prepare())
         print(stderr, QStringLiteral("%1: %2").arg(home.databaseFile(), database.errorText()));
-    else if (options.demo && !DemoData(home, &database).fill())
+    else if (options.demo && !DemoData(home, &database).fill(options.demoQueue))
         print(stderr, QStringLiteral("Не удалось заполнить трассу: %1").arg(database.errorText()));
 
     EventLogModel log;
@@ -121,7 +122,9 @@ int main(int argc, char *argv[])
     DeskPluginLoader desk;
     desk.setFileName(options.plugin);
     TrackServices services(&desk, &database);
-    HostWindow window(&desk, &services, &database, &log);
+    RunTiming timing(&desk, &database);
+    timing.track().setSpeed(options.speed);
+    HostWindow window(&desk, &services, &timing, &database, &log);
     if (options.windowSize.isValid())
         window.resize(options.windowSize);
     else

@@ -67,6 +67,21 @@ const QVector<QStringList> &schemaSteps()
             QStringLiteral("CREATE INDEX IF NOT EXISTS payments_racer_guid ON payments (racer_guid)"),
             QStringLiteral("CREATE INDEX IF NOT EXISTS payments_unsent ON payments (id) WHERE remote_updated = 0"),
         },
+        {
+            // One row per run that has left the track; results is the JSON array of its racers, the first one first.
+            QStringLiteral("CREATE TABLE IF NOT EXISTS runs_archive ("
+                           "id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                           "run_num INTEGER,"
+                           "start_ts INTEGER,"
+                           "duration_ms INTEGER,"
+                           "finish_type INTEGER,"
+                           "finish_param INTEGER,"
+                           "sort_mode INTEGER,"
+                           "run_queue_guid TEXT,"
+                           "run_name TEXT,"
+                           "results TEXT)"),
+            QStringLiteral("CREATE INDEX IF NOT EXISTS runs_archive_start ON runs_archive (start_ts)"),
+        },
     };
     return steps;
 }

@@ -30,7 +30,6 @@ void TrackServices::onReceived(const QString &module, const QString &event, cons
         Handler handler;
     } handlers[] = {
         {"read_cars_list", &TrackServices::onReadCarsList},
-        {"reload_runs_archive", &TrackServices::onReloadRunsArchive},
         {"update_remote_payments", &TrackServices::onUpdateRemotePayments},
     };
     for (const auto &entry : handlers) {
@@ -45,14 +44,6 @@ void TrackServices::onReadCarsList(const QJsonObject &payload)
 {
     Q_UNUSED(payload)
     QTimer::singleShot(0, this, &TrackServices::sendCars);
-}
-
-void TrackServices::onReloadRunsArchive(const QJsonObject &payload)
-{
-    Q_UNUSED(payload)
-    QTimer::singleShot(0, this, [this] {
-        m_desk->send(QStringLiteral("runs_archive_list"), {{QStringLiteral("runs"), QJsonArray()}});
-    });
 }
 
 void TrackServices::onUpdateRemotePayments(const QJsonObject &payload)
@@ -95,12 +86,6 @@ void TrackServices::setDayBegin(QTime time)
 {
     m_state.dayBegin = time;
     sendTimingParams();
-}
-
-void TrackServices::setNextRunNumber(int number)
-{
-    m_state.nextRunNumber = number;
-    m_desk->send(QStringLiteral("next_run_info"), {{QStringLiteral("nextRunNum"), number}});
 }
 
 void TrackServices::setRaceMode(bool on)

@@ -24,7 +24,6 @@ public:
         QString trackName = QStringLiteral("Картодром");
         QString apiKey;
         QTime dayBegin = QTime(6, 0);
-        int nextRunNumber = 1;
         bool serviceEnabled = false;
         bool serverConnected = false;
         bool raceMode = false;
@@ -40,7 +39,6 @@ public:
 
     void setTrack(const QString &id, const QString &name);
     void setDayBegin(QTime time);
-    void setNextRunNumber(int number);
     void setRaceMode(bool on);
     void setServerConnected(bool connected);
     /// The desk hears of the key by both events that carry it.
@@ -55,7 +53,6 @@ private:
 
     void onReceived(const QString &module, const QString &event, const QJsonObject &payload);
     void onReadCarsList(const QJsonObject &payload);
-    void onReloadRunsArchive(const QJsonObject &payload);
     void onUpdateRemotePayments(const QJsonObject &payload);
 
     void sendTimingParams();

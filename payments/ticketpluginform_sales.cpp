@@ -10,10 +10,6 @@ void TicketPluginForm::paymentUpdate(QJsonObject json)
     QMetaObject::invokeMethod(&payments, "updatePayment", Qt::AutoConnection, Q_ARG(QJsonObject, json));
 }
 
-void TicketPluginForm::on_actionRefundTicket_triggered()
-{
-}
+void TicketPluginForm::on_actionRefundTicket_triggered() {}
 
-void TicketPluginForm::on_pbSimplePayment_clicked()
-{
-}
+void TicketPluginForm::on_pbSimplePayment_clicked() {}

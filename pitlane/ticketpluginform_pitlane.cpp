@@ -2,10 +2,6 @@
 
 #include "plugin/ticketpluginform.h"
 
-void TicketPluginForm::on_pbClearPitlane_clicked()
-{
-}
+void TicketPluginForm::on_pbClearPitlane_clicked() {}
 
-void TicketPluginForm::on_pbRemoveFromPitLane_clicked()
-{
-}
+void TicketPluginForm::on_pbRemoveFromPitLane_clicked() {}

@@ -81,23 +81,52 @@ LapvaneTicketPlugin::LapvaneTicketPlugin()
     moduleId = QString::fromLatin1("ticket_plugin");
     tabTitle = tr("Касса");
     sentEventNames = names({
-        HostEvents::CurrentRunFinishParams, HostEvents::DatabaseRacerCheckin, HostEvents::FinishRun,
-        HostEvents::InsertHit,              HostEvents::InsertTab,            HostEvents::LocalRequestAnswer,
-        HostEvents::PrintDocument,          HostEvents::PrintResults,         HostEvents::PrintRun,
-        HostEvents::ReadCarsList,           HostEvents::ReloadRunsArchive,    HostEvents::RemoteControlAnswer,
-        HostEvents::ReplaceRunPreset,       HostEvents::SettingsDialog,       HostEvents::StartRun,
-        HostEvents::SwitchCar,              HostEvents::UpdateRemotePrices,   HostEvents::UpdateLocalClient,
-        HostEvents::UpdateRemotePayments,   HostEvents::WriteSysLog,
+        HostEvents::CurrentRunFinishParams,
+        HostEvents::DatabaseRacerCheckin,
+        HostEvents::FinishRun,
+        HostEvents::InsertHit,
+        HostEvents::InsertTab,
+        HostEvents::LocalRequestAnswer,
+        HostEvents::PrintDocument,
+        HostEvents::PrintResults,
+        HostEvents::PrintRun,
+        HostEvents::ReadCarsList,
+        HostEvents::ReloadRunsArchive,
+        HostEvents::RemoteControlAnswer,
+        HostEvents::ReplaceRunPreset,
+        HostEvents::SettingsDialog,
+        HostEvents::StartRun,
+        HostEvents::SwitchCar,
+        HostEvents::UpdateRemotePrices,
+        HostEvents::UpdateLocalClient,
+        HostEvents::UpdateRemotePayments,
+        HostEvents::WriteSysLog,
     });
     receivedEventNames = names({
-        HostEvents::ApiKeyUpdated,      HostEvents::CarsListChanged,        HostEvents::ClientAccountData,
-        HostEvents::CurrentTabChanged,  HostEvents::LocalRequest,           HostEvents::NewRunStarted,
-        HostEvents::NextRunInfo,        HostEvents::OnlineServiceStatus,    HostEvents::PaymentsUpdateData,
-        HostEvents::PreparationCleared, HostEvents::QueryRacerFromDatabase, HostEvents::RaceMode,
-        HostEvents::RefreshRunInfo,     HostEvents::RefreshRunResults,      HostEvents::RemoteControlData,
-        HostEvents::RequestQueueStart,  HostEvents::RunClosed,              HostEvents::RunsArchiveList,
-        HostEvents::SendSettingsDialogs, HostEvents::TimingParams,          HostEvents::TrackIdUpdated,
-        HostEvents::TransponderHit,     HostEvents::ServerStatus,           HostEvents::LocalClientData,
+        HostEvents::ApiKeyUpdated,
+        HostEvents::CarsListChanged,
+        HostEvents::ClientAccountData,
+        HostEvents::CurrentTabChanged,
+        HostEvents::LocalRequest,
+        HostEvents::NewRunStarted,
+        HostEvents::NextRunInfo,
+        HostEvents::OnlineServiceStatus,
+        HostEvents::PaymentsUpdateData,
+        HostEvents::PreparationCleared,
+        HostEvents::QueryRacerFromDatabase,
+        HostEvents::RaceMode,
+        HostEvents::RefreshRunInfo,
+        HostEvents::RefreshRunResults,
+        HostEvents::RemoteControlData,
+        HostEvents::RequestQueueStart,
+        HostEvents::RunClosed,
+        HostEvents::RunsArchiveList,
+        HostEvents::SendSettingsDialogs,
+        HostEvents::TimingParams,
+        HostEvents::TrackIdUpdated,
+        HostEvents::TransponderHit,
+        HostEvents::ServerStatus,
+        HostEvents::LocalClientData,
     });
     versionWord = ModuleVersion;
     setObjectName(moduleTitle);
@@ -181,19 +210,19 @@ void LapvaneTicketPlugin::send(const char *event, const QJsonObject &json)
 
 void LapvaneTicketPlugin::writeSysLog(const QString &text, const QJsonObject &data)
 {
-    send(HostEvents::WriteSysLog,
-         {{QLatin1String("logStr"), text}, {QLatin1String("logData"), data}});
+    send(HostEvents::WriteSysLog, {{QLatin1String("logStr"), text}, {QLatin1String("logData"), data}});
 }
 
 void LapvaneTicketPlugin::completeLoading(const QJsonObject &json)
 {
     Q_UNUSED(json)
-    send(HostEvents::InsertTab, {
-                                    {QLatin1String("moduleName"), moduleId},
-                                    {QLatin1String("index"), 0},
-                                    {QLatin1String("tabCaption"), tabTitle},
-                                    {QLatin1String("tabWidget"), reinterpret_cast<qint64>(static_cast<QWidget *>(&form))},
-                                });
+    send(HostEvents::InsertTab,
+         {
+             {QLatin1String("moduleName"), moduleId},
+             {QLatin1String("index"), 0},
+             {QLatin1String("tabCaption"), tabTitle},
+             {QLatin1String("tabWidget"), reinterpret_cast<qint64>(static_cast<QWidget *>(&form))},
+         });
     form.publishPrices();
     send(HostEvents::ReadCarsList, QJsonObject());
     reloadArchive(QJsonObject());
@@ -202,8 +231,7 @@ void LapvaneTicketPlugin::completeLoading(const QJsonObject &json)
 void LapvaneTicketPlugin::takeServerStatus(const QJsonObject &json)
 {
     static QString lastStatus;
-    const QString status =
-        json.value(QLatin1String("msg")).toObject().value(QLatin1String("status")).toString();
+    const QString status = json.value(QLatin1String("msg")).toObject().value(QLatin1String("status")).toString();
     const QLatin1String ok("ok");
     const bool reconnected = status == ok && lastStatus != ok;
     // Told apart before anything goes out: the answer to the queue may be the next status already.

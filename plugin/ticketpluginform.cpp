@@ -33,9 +33,10 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     , serviceAppUrl(QString::fromUtf8(LAPVANE_SERVICE_APP_URL))
     , ui(new Ui::TicketPluginForm)
 {
-    connect(&payments.thread, &QThread::started, &payments, [this] { payments.openDatabase(); }, Qt::DirectConnection);
-    connect(&payments.thread, &QThread::finished, &payments, [this] { payments.closeDatabase(); },
-            Qt::DirectConnection);
+    connect(
+        &payments.thread, &QThread::started, &payments, [this] { payments.openDatabase(); }, Qt::DirectConnection);
+    connect(
+        &payments.thread, &QThread::finished, &payments, [this] { payments.closeDatabase(); }, Qt::DirectConnection);
     payments.moveToThread(&payments.thread);
     payments.thread.start(QThread::InheritPriority);
 
@@ -61,8 +62,7 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     checkInList.setMessageParent(ui->tvCheckIn);
     checkInList.setUsedPinCodes(&usedPinCodes);
     checkInList.setSeatPinCodes([this] { return seatPinCodes(); });
-    ui->tvCheckIn->addActions(
-        {ui->actionAddRacer, ui->actionEditRacer, ui->actionRemoveRacer, ui->actionMoveToRuns});
+    ui->tvCheckIn->addActions({ui->actionAddRacer, ui->actionEditRacer, ui->actionRemoveRacer, ui->actionMoveToRuns});
     ui->tvCheckIn->setColumnHidden(NfcColumn, true);
 
     connect(&payments, &PaymentDbUpdater::remotePaymentsUpdated, this, [this](const QJsonObject &batch) {
@@ -194,11 +194,10 @@ void TicketPluginForm::validateRegList()
 
 void TicketPluginForm::someError(QString msg)
 {
-    sendToHost(HostEvents::WriteSysLog,
-               {
-                   {QLatin1String("logStr"), QStringLiteral("ticket_plugin_error")},
-                   {QLatin1String("logData"), QJsonObject{{QLatin1String("msg"), msg}}},
-               });
+    sendToHost(HostEvents::WriteSysLog, {
+                                            {QLatin1String("logStr"), QStringLiteral("ticket_plugin_error")},
+                                            {QLatin1String("logData"), QJsonObject{{QLatin1String("msg"), msg}}},
+                                        });
 }
 
 void TicketPluginForm::checkInListUpdated(QJsonArray list)

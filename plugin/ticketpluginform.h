@@ -204,8 +204,8 @@ private:
     void freePinCodes(const RunContainerWidget &run);
     QListWidgetItem *moveRunWidget(int source, int row);
     QJsonArray stillToSeat(const QJsonArray &racers) const;
-    static bool moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target,
-                         RunCompetitor **competitor, RunContainerWidget **run);
+    static bool moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target, RunCompetitor **competitor,
+                         RunContainerWidget **run);
     void fillCarMenu(const RunContainerWidget &run);
     QStringList seatPinCodes() const;
     void addRacerByHand();

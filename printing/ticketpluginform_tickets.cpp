@@ -2,9 +2,7 @@
 
 #include "plugin/ticketpluginform.h"
 
-void TicketPluginForm::on_actionPrintTicket_triggered()
-{
-}
+void TicketPluginForm::on_actionPrintTicket_triggered() {}
 
 void TicketPluginForm::ticketPrinted(QJsonObject json)
 {

@@ -62,8 +62,8 @@ void AddRacerForm::removeKid()
     if (!ui->tvKidsList->selectionModel()->hasSelection())
         return;
     const QPointer<AddRacerForm> self(this);
-    const auto answer = QMessageBox::question(this, tr("Подтверждение"), tr("Точно удалить?"),
-                                              QMessageBox::Yes | QMessageBox::No);
+    const auto answer =
+        QMessageBox::question(this, tr("Подтверждение"), tr("Точно удалить?"), QMessageBox::Yes | QMessageBox::No);
     if (!self || answer != QMessageBox::Yes)
         return;
     QList<int> rows;

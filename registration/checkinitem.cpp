@@ -75,8 +75,8 @@ void CheckInItem::readJson(const QJsonObject &json)
     price = json.value(QLatin1String("price")).toDouble(0.0);
     // A damaged count must not bring more codes than a racer may have or the record itself holds.
     const QJsonArray codes = json.value(QLatin1String("pinCodes")).toArray();
-    runCount = qBound(0, json.value(QLatin1String("runCount")).toInt(1),
-                      qMax(CheckInRules::MaxForeignRunCount, codes.size()));
+    runCount =
+        qBound(0, json.value(QLatin1String("runCount")).toInt(1), qMax(CheckInRules::MaxForeignRunCount, codes.size()));
     discountValue = json.value(QLatin1String("discountValue")).toVariant().toString();
     color = QVariant(json.value(QLatin1String("color")).toVariant()).value<QColor>();
     payMethod = json.value(QLatin1String("payMethod")).toString();

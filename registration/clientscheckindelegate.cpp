@@ -145,8 +145,8 @@ void ClientsCheckInDelegate::paintButton(QPainter *painter, const QStyleOptionVi
     else
         button.text = tr("Печать");
 
-    const bool active = (key == QLatin1String("NFCTAG") && !item.nfcUid.isEmpty()) ||
-                        (key == QLatin1String("SAFETY") && item.validSafetyAgreement);
+    const bool active = (key == QLatin1String("NFCTAG") && !item.nfcUid.isEmpty())
+                        || (key == QLatin1String("SAFETY") && item.validSafetyAgreement);
     const QString sheet = active ? activeStyle : QString();
     if (styleButton->styleSheet() != sheet)
         styleButton->setStyleSheet(sheet);
@@ -185,8 +185,8 @@ void ClientsCheckInDelegate::paintPayState(QPainter *painter, const QStyleOption
     if (item.enqueued)
         disable(box);
     const QStyle *style = QApplication::style();
-    const int indicator = style->pixelMetric(QStyle::PM_IndicatorWidth) +
-                          style->pixelMetric(QStyle::PM_CheckBoxLabelSpacing) + 2;
+    const int indicator =
+        style->pixelMetric(QStyle::PM_IndicatorWidth) + style->pixelMetric(QStyle::PM_CheckBoxLabelSpacing) + 2;
     painter->save();
     painter->setFont(fittingFont(option.font, box.text, box.rect.width() - indicator));
     box.fontMetrics = QFontMetrics(painter->font());
@@ -232,8 +232,8 @@ QWidget *ClientsCheckInDelegate::createSalesEditor(QWidget *parent, const QModel
                 combo->addItem(item.salesItem, item.id);
         }
     }
-    combo->setCurrentIndex(qMax(0, combo->findText(model->itemAt(index)->salesItem, Qt::MatchFixedString |
-                                                                                        Qt::MatchCaseSensitive)));
+    combo->setCurrentIndex(
+        qMax(0, combo->findText(model->itemAt(index)->salesItem, Qt::MatchFixedString | Qt::MatchCaseSensitive)));
     QComboBox *editor = combo.get();
     connect(editor, QOverload<int>::of(&QComboBox::activated), this,
             [this, editor, cell = QPersistentModelIndex(index)](int row) {
@@ -268,7 +268,8 @@ QWidget *ClientsCheckInDelegate::createDiscountEditor(QWidget *parent, const QMo
     if (current != -1)
         combo->setCurrentIndex(current);
     QComboBox *editor = combo.get();
-    const QPointer<QEditableTreeView> view(qobject_cast<QEditableTreeView *>(parent ? parent->parentWidget() : nullptr));
+    const QPointer<QEditableTreeView> view(
+        qobject_cast<QEditableTreeView *>(parent ? parent->parentWidget() : nullptr));
     connect(editor->lineEdit(), &QLineEdit::returnPressed, editor, [editor, view] {
         // The Return that ends this editor goes on to the view, where it would open the editor again.
         if (view)

@@ -134,9 +134,8 @@ bool ClientsCheckInList::findByCredentials(const QJsonObject &json, const QStrin
     const QString card = json.value(QLatin1String("nfcUid")).toString();
     // What the request does not name finds nobody: a minor may have no identity yet, and a line no code.
     const auto matches = [&](const CheckInItem &candidate) {
-        return (!uuid.isEmpty() && candidate.uuid == uuid) ||
-               (!pin.isEmpty() && candidate.pinCodes.contains(pin)) ||
-               (!candidate.nfcUid.isEmpty() && candidate.nfcUid == card);
+        return (!uuid.isEmpty() && candidate.uuid == uuid) || (!pin.isEmpty() && candidate.pinCodes.contains(pin))
+               || (!candidate.nfcUid.isEmpty() && candidate.nfcUid == card);
     };
 
     *item = nullptr;
@@ -266,10 +265,10 @@ QModelIndex ClientsCheckInList::addFromJson(const QJsonObject &json)
     const qint32 runCount = JsonRead::looseInt(json.value(QLatin1String("runCount")), 0);
 
     Q_EMIT layoutAboutToBeChanged();
-    const QPersistentModelIndex added = addRacer(
-        json.value(QLatin1String("firstName")).toString(), json.value(QLatin1String("lastName")).toString(),
-        json.value(QLatin1String("midName")).toString(), kids, json.value(QLatin1String("uuid")).toString(), QString(),
-        0, clientId, runCount, json.value(QLatin1String("salesCommonId")).toInt(-1));
+    const QPersistentModelIndex added =
+        addRacer(json.value(QLatin1String("firstName")).toString(), json.value(QLatin1String("lastName")).toString(),
+                 json.value(QLatin1String("midName")).toString(), kids, json.value(QLatin1String("uuid")).toString(),
+                 QString(), 0, clientId, runCount, json.value(QLatin1String("salesCommonId")).toInt(-1));
     Q_EMIT layoutChanged();
     return added;
 }
@@ -461,7 +460,8 @@ void ClientsCheckInList::removeEntries(const QModelIndexList &indexes)
     QSet<CheckInItem *> bereft;
     std::vector<std::unique_ptr<CheckInItem>> gone;
     removing = true;
-    const auto take = [this, &gone](std::vector<std::unique_ptr<CheckInItem>> &list, const QPersistentModelIndex &index) {
+    const auto take = [this, &gone](std::vector<std::unique_ptr<CheckInItem>> &list,
+                                    const QPersistentModelIndex &index) {
         const int row = index.row();
         beginRemoveRows(index.parent(), row, row);
         gone.push_back(std::move(list[static_cast<size_t>(row)]));
@@ -660,8 +660,9 @@ QStringList ClientsCheckInList::makePins(int count, const QStringList &oldPins)
         while (digits < 9 && CheckInRules::pinPoolFull(used, digits))
             ++digits;
     }
-    const QString pin =
-        CheckInRules::drawPin(used, digits, [] { return static_cast<quint32>(QRandomGenerator64::system()->generate()); });
+    const QString pin = CheckInRules::drawPin(used, digits, [] {
+        return static_cast<quint32>(QRandomGenerator64::system()->generate());
+    });
     if (usedPinCodes)
         usedPinCodes->append(pin);
     QStringList pins;
@@ -822,8 +823,9 @@ void ClientsCheckInList::itemsDroppedOut(QJsonArray jsonList)
         emitRowChanged(*item);
         const CheckInItem &base = item->base();
         const bool baseDone = base.enqueued || base.salesItem.isEmpty();
-        const bool familyDone = baseDone && std::all_of(base.subItems.cbegin(), base.subItems.cend(),
-                                                        [](const auto &minor) { return minor->enqueued; });
+        const bool familyDone = baseDone
+                                && std::all_of(base.subItems.cbegin(), base.subItems.cend(),
+                                               [](const auto &minor) { return minor->enqueued; });
         if (familyDone)
             removeEntries({indexOf(&base)});
         else

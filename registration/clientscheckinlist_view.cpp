@@ -108,8 +108,7 @@ QVariant ClientsCheckInList::editData(const CheckInItem &item, const QString &ke
     return ClearbackgroundTableModel::data(index, Qt::EditRole);
 }
 
-QVariant ClientsCheckInList::backgroundData(const CheckInItem &item, const QString &key,
-                                            const QModelIndex &index) const
+QVariant ClientsCheckInList::backgroundData(const CheckInItem &item, const QString &key, const QModelIndex &index) const
 {
     if (item.enqueued)
         return QBrush(Qt::lightGray);
@@ -120,8 +119,7 @@ QVariant ClientsCheckInList::backgroundData(const CheckInItem &item, const QStri
     return ClearbackgroundTableModel::data(index, Qt::BackgroundRole);
 }
 
-QVariant ClientsCheckInList::foregroundData(const CheckInItem &item, const QString &key,
-                                            const QModelIndex &index) const
+QVariant ClientsCheckInList::foregroundData(const CheckInItem &item, const QString &key, const QModelIndex &index) const
 {
     if (item.parent && key == QLatin1String("PAYSUM"))
         return QBrush(Qt::gray);
@@ -174,9 +172,9 @@ Qt::ItemFlags ClientsCheckInList::flags(const QModelIndex &index) const
     const QString key = columnKey(index.column());
     const bool open = !item->enqueued && !paid;
     const bool editable =
-        key == QLatin1String("COMMENT") ||
-        (open && (key == QLatin1String("SALES_ITEM") || key == QLatin1String("RUNCOUNT"))) ||
-        (open && !item->parent && (key == QLatin1String("DISCOUNT") || key == QLatin1String("PAYMETHOD")));
+        key == QLatin1String("COMMENT")
+        || (open && (key == QLatin1String("SALES_ITEM") || key == QLatin1String("RUNCOUNT")))
+        || (open && !item->parent && (key == QLatin1String("DISCOUNT") || key == QLatin1String("PAYMETHOD")));
     if (editable)
         result |= Qt::ItemIsEditable;
     return result;
@@ -236,12 +234,11 @@ bool ClientsCheckInList::dropMimeData(const QMimeData *data, Qt::DropAction acti
         const QJsonObject record = value.toObject();
         const bool copy = record.value(QLatin1String("historyItem")).toBool();
         const QString uuid = copy ? QString() : record.value(QLatin1String("uuid")).toString();
-        const QModelIndex line =
-            addRacer(record.value(QLatin1String("firstName")).toString(),
-                     record.value(QLatin1String("lastName")).toString(),
-                     record.value(QLatin1String("midName")).toString(), {}, uuid,
-                     record.value(QLatin1String("carModel")).toString(), 0,
-                     record.value(QLatin1String("clientId")).toInt(-1), 1, -1);
+        const QModelIndex line = addRacer(record.value(QLatin1String("firstName")).toString(),
+                                          record.value(QLatin1String("lastName")).toString(),
+                                          record.value(QLatin1String("midName")).toString(), {}, uuid,
+                                          record.value(QLatin1String("carModel")).toString(), 0,
+                                          record.value(QLatin1String("clientId")).toInt(-1), 1, -1);
         if (CheckInItem *item = itemAt(line)) {
             item->discountValue = record.value(QLatin1String("discountValue")).toString();
             item->payMethod = record.value(QLatin1String("payMethod")).toString();

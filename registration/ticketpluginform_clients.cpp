@@ -4,13 +4,9 @@
 
 #include <QNetworkReply>
 
-void TicketPluginForm::on_bAddRacerFromDb_clicked()
-{
-}
+void TicketPluginForm::on_bAddRacerFromDb_clicked() {}
 
-void TicketPluginForm::scannerData()
-{
-}
+void TicketPluginForm::scannerData() {}
 
 void TicketPluginForm::networkRequestFinished(QNetworkReply *reply)
 {

@@ -127,8 +127,8 @@ void TicketPluginForm::removeSelectedRacers()
 void TicketPluginForm::on_pbRemovePaid_clicked()
 {
     const QPointer<TicketPluginForm> self(this);
-    const auto answer = QMessageBox::question(this, tr("Подтверждение"), tr("Точно удалить?"),
-                                              QMessageBox::Yes | QMessageBox::No);
+    const auto answer =
+        QMessageBox::question(this, tr("Подтверждение"), tr("Точно удалить?"), QMessageBox::Yes | QMessageBox::No);
     if (!self || answer != QMessageBox::Yes)
         return;
     QModelIndexList paid;
@@ -188,9 +188,7 @@ QModelIndex TicketPluginForm::addClientRecord(const QJsonObject &json)
     return checkInList.addFromJson(json);
 }
 
-void TicketPluginForm::on_actionRemoveRegHistory_triggered()
-{
-}
+void TicketPluginForm::on_actionRemoveRegHistory_triggered() {}
 
 void TicketPluginForm::on_tvHistoryList_doubleClicked(QModelIndex index)
 {

@@ -376,7 +376,8 @@ QJsonArray RunContainerWidget::busyCarIds(const QString &model) const
 bool RunContainerWidget::isCarFreeFor(qint32 carId, const QString &racerUuid) const
 {
     for (const auto &seat : seats) {
-        if (intOf(seat->data, "carId", NoCar) == carId && (racerUuid.isEmpty() || textOf(seat->data, "uuid") != racerUuid))
+        if (intOf(seat->data, "carId", NoCar) == carId
+            && (racerUuid.isEmpty() || textOf(seat->data, "uuid") != racerUuid))
             return false;
     }
     return true;
@@ -398,14 +399,14 @@ qint32 RunContainerWidget::setCompetitorCar(const QJsonObject &request)
     if (target != NoCar && !request.value(QLatin1String("manual")).toBool()) {
         const auto car = carsById.constFind(target);
         // A car that the run does not know has no model and fits nobody.
-        const QJsonValue model = car == carsById.constEnd() ? QJsonValue(QJsonValue::Undefined)
-                                                            : car.value().value(QLatin1String("name"));
+        const QJsonValue model =
+            car == carsById.constEnd() ? QJsonValue(QJsonValue::Undefined) : car.value().value(QLatin1String("name"));
         if (model != entry.value(QLatin1String("carModel")))
             return -1;
     }
     QString reason = textOf(request, "changeCarReason");
-    if (!request.contains(QLatin1String("changeCarReason")) && intOf(entry, "competitorState", 0) != 0 &&
-        request.value(QLatin1String("isLocalRequest")).toBool()) {
+    if (!request.contains(QLatin1String("changeCarReason")) && intOf(entry, "competitorState", 0) != 0
+        && request.value(QLatin1String("isLocalRequest")).toBool()) {
         const quint64 serial = seats[static_cast<size_t>(index)]->serial;
         const QPointer<RunContainerWidget> self(this);
         ReplaceCarDialog dialog(this);
@@ -470,7 +471,8 @@ void RunContainerWidget::requestStart(const QJsonObject &params)
 {
     QJsonObject start{
         {QLatin1String("autoFinishParam"), finishParam},
-        {QLatin1String("useAutoFinish"), finishMode == RunRules::FinishByLaps ? QStringLiteral("LAPS") : QStringLiteral("TIME")},
+        {QLatin1String("useAutoFinish"),
+         finishMode == RunRules::FinishByLaps ? QStringLiteral("LAPS") : QStringLiteral("TIME")},
         {QLatin1String("sortMode"), sortMode},
         {QLatin1String("preparation"), presetArray()},
         {QLatin1String("runQueueGuid"), runQueueGuid},
@@ -499,8 +501,7 @@ void RunContainerWidget::startStopRun()
     if (runState != QLatin1String("finished")) {
         const QPointer<RunContainerWidget> self(this);
         const auto answer = QMessageBox::question(
-            this, QString(),
-            tr("Заезд еще не завершен. При закрытии он будет перенесен в архив.\r\nТочно закрыть?"),
+            this, QString(), tr("Заезд еще не завершен. При закрытии он будет перенесен в архив.\r\nТочно закрыть?"),
             QMessageBox::Yes | QMessageBox::No);
         if (!self || answer != QMessageBox::Yes)
             return;
@@ -511,8 +512,8 @@ void RunContainerWidget::startStopRun()
 void RunContainerWidget::setCurrentRun(bool current)
 {
     currentRun = current;
-    startButton.setIcon(QIcon(current ? QStringLiteral(":/ticketPlugin/closeIcon")
-                                      : QStringLiteral(":/ticketPlugin/startRun")));
+    startButton.setIcon(
+        QIcon(current ? QStringLiteral(":/ticketPlugin/closeIcon") : QStringLiteral(":/ticketPlugin/startRun")));
     update();
 }
 
@@ -642,8 +643,8 @@ void RunContainerWidget::toggleLock()
 
 void RunContainerWidget::showLockIcon()
 {
-    lockButton.setIcon(QIcon(runLocked ? QStringLiteral(":/ticketPlugin/runLocked")
-                                       : QStringLiteral(":/ticketPlugin/runUnlocked")));
+    lockButton.setIcon(
+        QIcon(runLocked ? QStringLiteral(":/ticketPlugin/runLocked") : QStringLiteral(":/ticketPlugin/runUnlocked")));
 }
 
 void RunContainerWidget::makeHistoryRun()

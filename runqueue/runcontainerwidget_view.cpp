@@ -299,8 +299,7 @@ void RunContainerWidget::dragCompetitor(quint64 serial)
     // The host may have closed runs and moved racers meanwhile; only the very seat that was dragged is given up.
     const int index = indexOfSerial(serial);
     const bool taken = (action == Qt::CopyAction || action == Qt::MoveAction) && !targetIsSelf;
-    const bool giveUp = index != -1 && taken && hasTarget &&
-                        (targetIsRun ? action == Qt::MoveAction : !historyRun);
+    const bool giveUp = index != -1 && taken && hasTarget && (targetIsRun ? action == Qt::MoveAction : !historyRun);
     if (taken && targetIsRun && index != -1 && selectedCompetitor == seats[static_cast<size_t>(index)].get())
         selectedCompetitor = nullptr;
     if (index != -1 && !giveUp)

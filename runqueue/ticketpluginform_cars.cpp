@@ -26,8 +26,8 @@ void TicketPluginForm::fillCarMenu(const RunContainerWidget &run)
     const QJsonArray free = run.freeCars(request.value(QLatin1String("carModel")).toString());
     for (const QJsonValue &value : free) {
         const QJsonObject car = value.toObject();
-        const QString caption = car.value(QLatin1String("name")).toString() + QLatin1Char(' ') +
-                                car.value(QLatin1String("num")).toVariant().toString();
+        const QString caption = car.value(QLatin1String("name")).toString() + QLatin1Char(' ')
+                                + car.value(QLatin1String("num")).toVariant().toString();
         addCarAction(carMenu, caption, request, car);
     }
 }

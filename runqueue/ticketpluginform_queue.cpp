@@ -131,8 +131,8 @@ qint64 TicketPluginForm::endOfQueue() const
 {
     for (int row = queueSize() - 1; row >= 0; --row) {
         if (const RunContainerWidget *last = queueRun(row)) {
-            return last->start() + last->pause() +
-                   RunRules::plannedDuration(last->finish(), last->finishParameter(), defaultRunDuration);
+            return last->start() + last->pause()
+                   + RunRules::plannedDuration(last->finish(), last->finishParameter(), defaultRunDuration);
         }
     }
     return Clock::secsUtc();
@@ -154,8 +154,7 @@ RunContainerWidget *TicketPluginForm::addRuns(int count, int durationMinutes, qi
         run->setMaxRacersInRun(qMax(1, maxInRunCount));
         if (fixedRunStartTimeInQueue) {
             run->setStartTime(time);
-            time += run->pause() +
-                    RunRules::plannedDuration(run->finish(), run->finishParameter(), defaultRunDuration);
+            time += run->pause() + RunRules::plannedDuration(run->finish(), run->finishParameter(), defaultRunDuration);
         }
         auto *item = new QListWidgetItem;
         ui->lwRunsList->addItem(item);
@@ -335,8 +334,8 @@ void TicketPluginForm::on_actionRenameRun_triggered()
     const QPointer<RunContainerWidget> run = selected.first();
     const QPointer<TicketPluginForm> self(this);
     bool ok = false;
-    const QString name = QInputDialog::getText(this, tr("Переименовать"), tr("Название заезда"), QLineEdit::Normal,
-                                               run->name(), &ok);
+    const QString name =
+        QInputDialog::getText(this, tr("Переименовать"), tr("Название заезда"), QLineEdit::Normal, run->name(), &ok);
     if (!self || !ok || !run || rowOfRun(run) == -1)
         return;
     run->forceRunName(name);

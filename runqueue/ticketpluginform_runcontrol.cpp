@@ -213,9 +213,9 @@ void TicketPluginForm::on_pbClearRunsHistory_clicked()
     if (ui->lwRunsHistory->count() == 0)
         return;
     const QPointer<TicketPluginForm> self(this);
-    const auto answer = QMessageBox::question(
-        this, tr("Подтверждение"), tr("Точно удалить?\nДанные истории заездов будут более недоступны."),
-        QMessageBox::Yes | QMessageBox::No);
+    const auto answer = QMessageBox::question(this, tr("Подтверждение"),
+                                              tr("Точно удалить?\nДанные истории заездов будут более недоступны."),
+                                              QMessageBox::Yes | QMessageBox::No);
     if (!self || answer != QMessageBox::Yes)
         return;
     ui->lwRunsHistory->clear();

@@ -24,9 +24,9 @@ constexpr int MaxVanishedRuns = 3;
 bool isTicketHolder(const QJsonObject &entry, const QJsonObject &request)
 {
     const QString card = request.value(QLatin1String("nfcUid")).toString();
-    return request.value(QLatin1String("racerUuid")).toString() == entry.value(QLatin1String("uuid")).toString() ||
-           entry.value(QLatin1String("pinCodes")).toArray().contains(request.value(QLatin1String("pinCode"))) ||
-           (!card.isEmpty() && card == entry.value(QLatin1String("nfcUid")).toString());
+    return request.value(QLatin1String("racerUuid")).toString() == entry.value(QLatin1String("uuid")).toString()
+           || entry.value(QLatin1String("pinCodes")).toArray().contains(request.value(QLatin1String("pinCode")))
+           || (!card.isEmpty() && card == entry.value(QLatin1String("nfcUid")).toString());
 }
 
 int indexOfTicketHolder(const RunContainerWidget &run, const QJsonObject &request)
@@ -93,9 +93,9 @@ void TicketPluginForm::on_actionMoveToRuns_triggered()
         if (warnMissingNfc && item->nfcUid.isEmpty()) {
             const QPointer<TicketPluginForm> self(this);
             const QPersistentModelIndex line(index);
-            const auto answer = QMessageBox::question(
-                this, tr("Предупреждение"), tr("Не назначены NFC метки участникам, продолжить?"),
-                QMessageBox::Yes | QMessageBox::No);
+            const auto answer =
+                QMessageBox::question(this, tr("Предупреждение"), tr("Не назначены NFC метки участникам, продолжить?"),
+                                      QMessageBox::Yes | QMessageBox::No);
             if (!self || answer != QMessageBox::Yes || checkInList.itemAt(line) != item)
                 return;
         }
@@ -127,8 +127,7 @@ QJsonArray TicketPluginForm::stillToSeat(const QJsonArray &racers) const
     // Meanwhile a client program may have seated, refunded or removed somebody; nobody is seated twice or for nothing.
     QJsonArray left;
     for (const QJsonValue &racer : racers) {
-        const QModelIndex line =
-            checkInList.findByUuid(racer.toObject().value(QLatin1String("uuid")).toString(), true);
+        const QModelIndex line = checkInList.findByUuid(racer.toObject().value(QLatin1String("uuid")).toString(), true);
         const CheckInItem *item = checkInList.itemAt(line);
         if (item && !item->enqueued && item->isEffectivelyPaid() && !item->salesItem.isEmpty())
             left.append(checkInList.toJson(*item));
@@ -156,8 +155,8 @@ void TicketPluginForm::itemsUndroppedFromRun(QJsonArray jsonList)
     checkInList.itemsUndropped(jsonList);
 }
 
-bool TicketPluginForm::findCompetitor(const QJsonObject &request, RunCompetitor **competitor,
-                                      RunContainerWidget **run, const QString &runGuid)
+bool TicketPluginForm::findCompetitor(const QJsonObject &request, RunCompetitor **competitor, RunContainerWidget **run,
+                                      const QString &runGuid)
 {
     *competitor = nullptr;
     *run = nullptr;
@@ -232,8 +231,8 @@ void TicketPluginForm::on_actionRemoveFromRun_triggered()
         return;
     const QString uuid = run->selectedEntry().value(QLatin1String("uuid")).toString();
     const QPointer<TicketPluginForm> self(this);
-    const auto answer = QMessageBox::question(this, tr("Подтверждение"), tr("Точно удалить?"),
-                                              QMessageBox::Yes | QMessageBox::No);
+    const auto answer =
+        QMessageBox::question(this, tr("Подтверждение"), tr("Точно удалить?"), QMessageBox::Yes | QMessageBox::No);
     if (self && answer == QMessageBox::Yes && run && rowOfRun(run) != -1)
         removeRacerFromRun(run, uuid);
 }

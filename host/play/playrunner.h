@@ -83,6 +83,7 @@ private:
     Outcome click(const PlayStep &step);
     Outcome doubleClick(const PlayStep &step);
     Outcome clickCell(const PlayStep &step);
+    Outcome clickRacer(const PlayStep &step);
     Outcome doubleClickCell(const PlayStep &step);
     Outcome typeText(const PlayStep &step);
     Outcome fillText(const PlayStep &step);
@@ -105,6 +106,7 @@ private:
     Outcome expectAction(const PlayStep &step);
     Outcome expectCell(const PlayStep &step);
     Outcome expectRows(const PlayStep &step);
+    Outcome expectRun(const PlayStep &step);
     Outcome expectDialog(const PlayStep &step);
     Outcome expectNoDialog(const PlayStep &step);
     Outcome expectEvent(const PlayStep &step);
@@ -116,6 +118,7 @@ private:
     Outcome expectLines(const PlayStep &step);
     Outcome expectLine(const PlayStep &step);
 
+    Outcome clickWidget(const PlayStep &step, bool twice);
     Outcome clickAt(const PlayStep &step, QWidget *widget, QPoint pos, bool twice);
     Outcome clickCellOf(const PlayStep &step, bool twice);
     bool savePicture(const QString &fileName);

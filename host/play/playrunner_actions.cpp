@@ -2,6 +2,7 @@
 
 #include "deskpluginloader.h"
 #include "hostwindow.h"
+#include "play/runrows.h"
 #include "play/widgetfinder.h"
 
 #include <QAbstractButton>
@@ -37,6 +38,23 @@ bool isBlocked(const QWidget *widget)
         return false;
     const QWidget *modal = QApplication::activeModalWidget();
     return modal && widget->window() != modal && !modal->isAncestorOf(widget->window());
+}
+
+// Brings a widget that stands in a row of a list into sight. False when the place stays hidden all the same.
+bool scrollTo(QWidget *widget, QPoint pos)
+{
+    for (QWidget *child = widget; child && !child->isWindow(); child = child->parentWidget()) {
+        QWidget *viewport = child->parentWidget();
+        auto *view = viewport ? qobject_cast<QAbstractItemView *>(viewport->parentWidget()) : nullptr;
+        if (!view || view->viewport() != viewport)
+            continue;
+        const QModelIndex index = view->indexAt(child->geometry().center());
+        if (!index.isValid() || view->indexWidget(index) != child)
+            continue;
+        view->scrollTo(index);
+        return viewport->rect().contains(widget->mapTo(viewport, pos));
+    }
+    return true;
 }
 
 QModelIndex itemWithText(const QAbstractItemView *list, const QString &text)
@@ -79,6 +97,8 @@ PlayRunner::Outcome PlayRunner::setTimeout(const PlayStep &step)
 
 PlayRunner::Outcome PlayRunner::clickAt(const PlayStep &step, QWidget *widget, QPoint pos, bool twice)
 {
+    if (!scrollTo(widget, pos))
+        return waiting(tr("место скрыто"));
     if (!widget->isEnabled())
         return waiting(tr("виджет выключен"));
     if (isBlocked(widget))
@@ -101,18 +121,46 @@ PlayRunner::Outcome PlayRunner::clickAt(const PlayStep &step, QWidget *widget, Q
     return done();
 }
 
-PlayRunner::Outcome PlayRunner::click(const PlayStep &step)
+PlayRunner::Outcome PlayRunner::clickWidget(const PlayStep &step, bool twice)
 {
     QString reason;
     QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
-    return widget ? clickAt(step, widget, aim(widget), false) : waiting(reason);
+    if (!widget)
+        return waiting(reason);
+    QPoint pos = aim(widget);
+    if (step.options.contains(QStringLiteral("at"))) {
+        const QStringList parts = step.options.value(QStringLiteral("at")).split(QLatin1Char(','));
+        bool xOk = false;
+        bool yOk = false;
+        pos = QPoint(parts.value(0).toInt(&xOk), parts.value(1).toInt(&yOk));
+        if (parts.size() != 2 || !xOk || !yOk)
+            return failed(tr("место пишется как 40,20"));
+    }
+    return clickAt(step, widget, pos, twice);
+}
+
+PlayRunner::Outcome PlayRunner::click(const PlayStep &step)
+{
+    return clickWidget(step, false);
 }
 
 PlayRunner::Outcome PlayRunner::doubleClick(const PlayStep &step)
 {
+    return clickWidget(step, true);
+}
+
+PlayRunner::Outcome PlayRunner::clickRacer(const PlayStep &step)
+{
     QString reason;
-    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
-    return widget ? clickAt(step, widget, aim(widget), true) : waiting(reason);
+    const QString list = RunRows::widgetName(step.word(0), &reason);
+    if (list.isEmpty())
+        return failed(reason);
+    const QJsonObject run = RunRows::run(m_stage.log, step.word(0), step.word(1), &reason);
+    const int place = run.isEmpty() ? -1 : RunRows::place(run, step.word(2), &reason);
+    if (place == -1)
+        return waiting(reason);
+    QWidget *row = WidgetFinder::widget(list + QStringLiteral("/#") + step.word(1), &reason);
+    return row ? clickAt(step, row, RunRows::cell(place, row->width()).center(), false) : waiting(reason);
 }
 
 PlayRunner::Outcome PlayRunner::clickCellOf(const PlayStep &step, bool twice)

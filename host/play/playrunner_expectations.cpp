@@ -2,6 +2,7 @@
 
 #include "eventlogmodel.h"
 #include "play/playmatch.h"
+#include "play/runrows.h"
 #include "play/widgetfinder.h"
 #include "trackdatabase.h"
 #include "trackhome.h"
@@ -129,6 +130,17 @@ PlayRunner::Outcome PlayRunner::expectRows(const PlayStep &step)
     return actual == step.word(1) ? done() : waiting(tr("сейчас строк: %1").arg(actual));
 }
 
+PlayRunner::Outcome PlayRunner::expectRun(const PlayStep &step)
+{
+    QString reason;
+    const QJsonObject run = RunRows::run(m_stage.log, step.word(0), step.word(1), &reason);
+    if (run.isEmpty())
+        return waiting(reason);
+    if (PlayMatch::isPartOf(step.json, run))
+        return done();
+    return waiting(tr("сейчас %1").arg(QString::fromUtf8(QJsonDocument(run).toJson(QJsonDocument::Compact))));
+}
+
 PlayRunner::Outcome PlayRunner::expectDialog(const PlayStep &step)
 {
     const QWidget *dialog = QApplication::activeModalWidget();
@@ -223,6 +235,9 @@ PlayRunner::Outcome PlayRunner::expectLine(const PlayStep &step)
     if (!readFile(m_stage.home->path(step.word(0)), &content))
         return waiting(tr("файл не читается"));
     const QByteArray line = linesOf(content).value(number - 1);
-    const QJsonObject actual = QJsonDocument::fromJson(line).object();
+    const QByteArray prefix = step.options.value(QStringLiteral("prefix")).toUtf8();
+    if (!line.startsWith(prefix))
+        return waiting(tr("сейчас «%1»").arg(QString::fromUtf8(line)));
+    const QJsonObject actual = QJsonDocument::fromJson(line.mid(prefix.size())).object();
     return PlayMatch::isPartOf(step.json, actual) ? done() : waiting(tr("сейчас «%1»").arg(QString::fromUtf8(line)));
 }

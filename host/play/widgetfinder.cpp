@@ -28,6 +28,15 @@ QWidgetList matchesBelow(QWidget *scope, const QString &name, WidgetFinder::Whic
     return found;
 }
 
+QWidgetList rowWidget(QWidget *scope, const QString &row)
+{
+    QString error;
+    const auto *view = qobject_cast<QAbstractItemView *>(scope);
+    const QModelIndex index = view && view->model() ? WidgetFinder::row(view, row, &error) : QModelIndex();
+    QWidget *widget = index.isValid() ? view->indexWidget(index) : nullptr;
+    return widget ? QWidgetList{widget} : QWidgetList();
+}
+
 QWidget *special(const QString &name)
 {
     if (name == QLatin1String("@modal"))
@@ -114,8 +123,10 @@ QWidget *WidgetFinder::widget(const QString &path, QString *error, Which which)
         }
     }
 
-    for (int i = 1; i < names.size() && found.size() == 1; ++i)
-        found = matchesBelow(found.constFirst(), names.at(i), which);
+    for (int i = 1; i < names.size() && found.size() == 1; ++i) {
+        found = names.at(i).startsWith(QLatin1Char('#')) ? rowWidget(found.constFirst(), names.at(i).mid(1))
+                                                         : matchesBelow(found.constFirst(), names.at(i), which);
+    }
     if (found.size() == 1)
         return found.constFirst();
     *error = found.isEmpty() ? tr("нет виджета «%1»").arg(path)

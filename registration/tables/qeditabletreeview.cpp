@@ -95,8 +95,7 @@ void QEditableTreeView::startDrag(Qt::DropActions supportedActions)
     if (indexes.isEmpty())
         return;
     std::unique_ptr<QMimeData> mimeData(model()->mimeData(indexes));
-    const auto content =
-        mimeData ? JsonRead::object(mimeData->data(QStringLiteral("application/json"))) : std::nullopt;
+    const auto content = mimeData ? JsonRead::object(mimeData->data(QStringLiteral("application/json"))) : std::nullopt;
     if (!content) {
         QTreeView::startDrag(supportedActions);
         return;
