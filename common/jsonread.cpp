@@ -47,10 +47,12 @@ qint32 JsonRead::looseInt(const QJsonValue &value, qint32 fallback)
 
 qint64 JsonRead::int64(const QJsonValue &value)
 {
-    constexpr double Limit = 9.2e18;
+    // Far beyond every time of the desk, and far enough from the ends of 64 bits to reckon with.
+    constexpr qint64 Limit = 9000000000000000;
     if (value.isDouble() && !(value.toDouble() > -Limit && value.toDouble() < Limit))
         return 0;
-    return value.toVariant().toLongLong();
+    const qint64 number = value.toVariant().toLongLong();
+    return number > -Limit && number < Limit ? number : 0;
 }
 
 QStringList JsonRead::texts(const QJsonArray &array)

@@ -25,13 +25,17 @@ QTextCodec *prepareTypesAndCodec()
     return QTextCodec::codecForName("windows-1251");
 }
 
-QPointer<LapvaneTicketPlugin> livingPlugin;
+QPointer<LapvaneTicketPlugin> &livingPlugin()
+{
+    static QPointer<LapvaneTicketPlugin> plugin;
+    return plugin;
+}
 
 /// A host may leave the library to Qt's last clean-up, when there is no application and no database driver any more. The
 /// desk has journals to write and payments to finish, so it ends with the application at the latest.
 void endWithApplication()
 {
-    delete livingPlugin.data();
+    delete livingPlugin().data();
 }
 
 QStringList names(std::initializer_list<const char *> events)
@@ -143,7 +147,7 @@ LapvaneTicketPlugin::LapvaneTicketPlugin()
     // A busy port leaves the seat port silent and the desk working.
     localServer.listen(QHostAddress::AnyIPv4, SeatPort);
 
-    livingPlugin = this;
+    livingPlugin() = this;
     qAddPostRoutine(endWithApplication);
 }
 

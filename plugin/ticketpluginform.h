@@ -16,6 +16,7 @@
 #include <QMenu>
 #include <QModelIndex>
 #include <QNetworkAccessManager>
+#include <QPersistentModelIndex>
 #include <QPoint>
 #include <QPointer>
 #include <QSerialPort>
@@ -196,16 +197,17 @@ private:
     QList<QPointer<RunContainerWidget>> selectedQueueRuns() const;
     int rowOfRun(const QObject *run) const;
     void connectRun(RunContainerWidget *run);
-    static void followRunSize(RunContainerWidget *run, QListWidget *list);
+    static void followRunSize(RunContainerWidget *run, QListWidget *list, QListWidgetItem *item);
+    void endDragOf(const RunContainerWidget *run);
     void dropRun(RunContainerWidget *run);
     void closeRun(RunContainerWidget *run);
     void archiveRun(const QJsonObject &record);
     qint64 endOfQueue() const;
     void freePinCodes(const RunContainerWidget &run);
     QListWidgetItem *moveRunWidget(int source, int row);
-    QJsonArray stillToSeat(const QJsonArray &racers) const;
-    static bool moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target, RunCompetitor **competitor,
-                         RunContainerWidget **run);
+    QJsonArray recordsToSeat(const QList<QPersistentModelIndex> &lines) const;
+    bool moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target, RunCompetitor **competitor,
+                  RunContainerWidget **run);
     void fillCarMenu(const RunContainerWidget &run);
     QStringList seatPinCodes() const;
     void addRacerByHand();

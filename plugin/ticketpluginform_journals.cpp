@@ -80,10 +80,18 @@ void TicketPluginForm::loadQueue()
     if (!file.open(QIODevice::ReadOnly))
         return;
     RunContainerWidget *run = nullptr;
+    const auto finish = [&run] {
+        if (!run)
+            return;
+        run->blockSignals(false);
+        run->fitToSeats();
+    };
     while (!file.atEnd()) {
         const QByteArray line = file.readLine();
         if (line.startsWith(RunTag)) {
+            finish();
             run = addRuns(1, -1, 0);
+            run->blockSignals(true);
             const auto item = JsonRead::object(line.mid(static_cast<int>(sizeof(RunTag)) - 1));
             if (!item)
                 continue;
@@ -95,9 +103,14 @@ void TicketPluginForm::loadQueue()
             if (!entry)
                 continue;
             run->addCompetitor(*entry, true);
-            usedPinCodes.append(JsonRead::texts(entry->value(QLatin1String("pinCodes")).toArray()));
+            const QJsonArray codes = entry->value(QLatin1String("pinCodes")).toArray();
+            for (const QJsonValue &code : codes) {
+                if (code.isString())
+                    usedPinCodes.append(code.toString());
+            }
         }
     }
+    finish();
 }
 
 QStringList TicketPluginForm::seatPinCodes() const
@@ -138,6 +151,8 @@ void TicketPluginForm::loadHistory()
         if (!run.value(QLatin1String("runCompetitors")).toObject().isEmpty())
             sorted.emplace_back(JsonRead::int64(run.value(QLatin1String("runStartTime"))), run);
     }
+    // The file has the newest run first; of two that started at once the first one stays on top.
+    std::reverse(sorted.begin(), sorted.end());
     std::stable_sort(sorted.begin(), sorted.end(),
                      [](const auto &left, const auto &right) { return left.first < right.first; });
     // What the list would drop again at once need not be built.

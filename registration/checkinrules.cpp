@@ -47,7 +47,7 @@ QString CheckInRules::normalisedName(const QString &name)
     words.removeAll(QString());
     for (QString &word : words) {
         word = word.toLower();
-        word = word.left(1).toUpper() + word.mid(1);
+        word = QString(word.at(0)).toUpper() + word.mid(1);
     }
     return words.join(QLatin1Char(' '));
 }

@@ -79,6 +79,9 @@ RunCompetitor *RunContainerWidget::addCompetitor(const QJsonObject &racer, bool 
     if (!color.isUndefined())
         competitor.color = color.toVariant().value<QColor>();
 
+    // A whole desk is being read back: nobody listens yet, and the reader fits the size once for the run.
+    if (restoring && signalsBlocked())
+        return &competitor;
     const quint64 serial = competitor.serial;
     const QPointer<RunContainerWidget> self(this);
     Q_EMIT presetUpdated(runPreset());
@@ -399,9 +402,7 @@ qint32 RunContainerWidget::setCompetitorCar(const QJsonObject &request)
     if (target != NoCar && !request.value(QLatin1String("manual")).toBool()) {
         const auto car = carsById.constFind(target);
         // A car that the run does not know has no model and fits nobody.
-        const QJsonValue model =
-            car == carsById.constEnd() ? QJsonValue(QJsonValue::Undefined) : car.value().value(QLatin1String("name"));
-        if (model != entry.value(QLatin1String("carModel")))
+        if (car == carsById.constEnd() || textOf(car.value(), "name") != textOf(entry, "carModel"))
             return -1;
     }
     QString reason = textOf(request, "changeCarReason");
@@ -409,10 +410,11 @@ qint32 RunContainerWidget::setCompetitorCar(const QJsonObject &request)
         && request.value(QLatin1String("isLocalRequest")).toBool()) {
         const quint64 serial = seats[static_cast<size_t>(index)]->serial;
         const QPointer<RunContainerWidget> self(this);
-        ReplaceCarDialog dialog(this);
+        // Not a child of the run: the host may end the run under the open question.
+        ReplaceCarDialog dialog(parentWidget());
         const bool accepted = dialog.exec() == QDialog::Accepted;
         reason = dialog.reason();
-        if (!self || !accepted || reason.isEmpty())
+        if (!self || retired || !accepted || reason.isEmpty())
             return 0;
         // The seat may be gone, or somebody else's, by the time the operator has answered.
         index = indexOfSerial(serial);
@@ -501,9 +503,10 @@ void RunContainerWidget::startStopRun()
     if (runState != QLatin1String("finished")) {
         const QPointer<RunContainerWidget> self(this);
         const auto answer = QMessageBox::question(
-            this, QString(), tr("Заезд еще не завершен. При закрытии он будет перенесен в архив.\r\nТочно закрыть?"),
+            parentWidget(), QString(),
+            tr("Заезд еще не завершен. При закрытии он будет перенесен в архив.\r\nТочно закрыть?"),
             QMessageBox::Yes | QMessageBox::No);
-        if (!self || answer != QMessageBox::Yes)
+        if (!self || retired || answer != QMessageBox::Yes)
             return;
     }
     requestClose();
@@ -658,6 +661,22 @@ void RunContainerWidget::unlockHistoryRun()
 {
     runLocked = false;
     changed();
+}
+
+void RunContainerWidget::fitToSeats()
+{
+    relayout(size());
+}
+
+void RunContainerWidget::retire()
+{
+    retired = true;
+    hide();
+}
+
+bool RunContainerWidget::isInDrag() const
+{
+    return dragging || hovered;
 }
 
 void RunContainerWidget::setStartEnabled(bool enabled)

@@ -106,6 +106,13 @@ public:
     void makeHistoryRun();
     void unlockHistoryRun();
     void setStartEnabled(bool enabled);
+    /// Makes the row as high as its seats need; after a restoring that did not tell anybody of each seat.
+    void fitToSeats();
+    /// The run has left its list and waits for its deletion: it takes nobody in any more.
+    void retire();
+    bool isRetired() const { return retired; }
+    /// A racer of this run is being dragged, or a drag is over it.
+    bool isInDrag() const;
 
     bool isCurrentRun() const { return currentRun; }
     bool isHistoryRun() const { return historyRun; }
@@ -144,6 +151,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
@@ -193,7 +201,11 @@ private:
     RunRules::CellGrid grid;
     QPoint pressPos;
     QPoint dragHotSpot;
-    qint32 pressedIndex = -1;
+    /// The seat under the last press; 0 for none.
+    quint64 pressedSerial = 0;
+    bool dragging = false;
+    bool hovered = false;
+    bool retired = false;
 
     mutable QJsonObject recordCache;
     mutable QByteArray journalCache;

@@ -10,6 +10,7 @@
 #include <QDateTime>
 #include <QDrag>
 #include <QDragEnterEvent>
+#include <QDragLeaveEvent>
 #include <QIcon>
 #include <QJsonDocument>
 #include <QMimeData>
@@ -196,7 +197,7 @@ void RunContainerWidget::mousePressEvent(QMouseEvent *event)
         update();
         dragArmed = true;
         dragHotSpot = pressPos - selectedCompetitor->cell.topLeft();
-        pressedIndex = hit;
+        pressedSerial = selectedCompetitor->serial;
     } else if (selectedCompetitor) {
         clearSelection();
     }
@@ -219,7 +220,8 @@ void RunContainerWidget::mouseDoubleClickEvent(QMouseEvent *event)
 void RunContainerWidget::editParams()
 {
     const QPointer<RunContainerWidget> self(this);
-    CustomizeRunDialog dialog(this);
+    // Not a child of the run: the host may end the run under the open dialog.
+    CustomizeRunDialog dialog(parentWidget());
     const QPoint half(qRound(dialog.width() / 2.0), qRound(dialog.height() / 2.0));
     dialog.move(QCursor::pos() - half);
     dialog.setParams({
@@ -231,7 +233,7 @@ void RunContainerWidget::editParams()
     });
     const bool accepted = dialog.exec() == QDialog::Accepted;
     const QJsonObject params = dialog.params();
-    if (!self || !accepted)
+    if (!self || retired || !accepted)
         return;
     runName = params.value(QLatin1String("runName")).toString();
     finishMode = params.value(QLatin1String("finishMode")).toInt(RunRules::FinishByTime);
@@ -250,13 +252,13 @@ void RunContainerWidget::mouseMoveEvent(QMouseEvent *event)
 {
     const QPoint way = event->pos() - pressPos;
     const bool far = QPoint::dotProduct(way, way) >= DragThresholdSquared;
-    const bool pressedThere = pressedIndex >= 0 && static_cast<size_t>(pressedIndex) < seats.size();
+    const bool pressedThere = indexOfSerial(pressedSerial) != -1;
     if (!event->buttons().testFlag(Qt::LeftButton) || !far || !dragArmed || !pressedThere) {
         event->ignore();
         return;
     }
     dragArmed = false;
-    dragCompetitor(seats[static_cast<size_t>(pressedIndex)]->serial);
+    dragCompetitor(pressedSerial);
 }
 
 void RunContainerWidget::dragCompetitor(quint64 serial)
@@ -292,8 +294,12 @@ void RunContainerWidget::dragCompetitor(quint64 serial)
     });
     pressed.color = Qt::gray;
     update();
+    dragging = true;
     const Qt::DropAction action = drag->exec(historyRun ? Qt::CopyAction : Qt::MoveAction);
     if (!self)
+        return;
+    dragging = false;
+    if (retired)
         return;
 
     // The host may have closed runs and moved racers meanwhile; only the very seat that was dragged is given up.
@@ -322,8 +328,16 @@ void RunContainerWidget::dragEnterEvent(QDragEnterEvent *event)
         event->ignore();
         return;
     }
-    if ((event->dropAction() & Qt::MoveAction) && event->mimeData()->hasFormat(JsonFormat))
+    if ((event->dropAction() & Qt::MoveAction) && event->mimeData()->hasFormat(JsonFormat)) {
+        hovered = true;
         event->accept();
+    }
+}
+
+void RunContainerWidget::dragLeaveEvent(QDragLeaveEvent *event)
+{
+    hovered = false;
+    QWidget::dragLeaveEvent(event);
 }
 
 void RunContainerWidget::dragMoveEvent(QDragMoveEvent *event)
@@ -342,6 +356,7 @@ void RunContainerWidget::dragMoveEvent(QDragMoveEvent *event)
 void RunContainerWidget::dropEvent(QDropEvent *event)
 {
     dragArmed = false;
+    hovered = false;
     const auto content = JsonRead::object(event->mimeData()->data(JsonFormat));
     if (!content || event->source() == this) {
         event->ignore();
@@ -350,7 +365,7 @@ void RunContainerWidget::dropEvent(QDropEvent *event)
     const QPointer<RunContainerWidget> self(this);
     const QJsonArray racers = content->value(QLatin1String("srcList")).toArray();
     for (const QJsonValue &racer : racers) {
-        if (self)
+        if (self && !retired)
             addCompetitor(racer.toObject(), false);
     }
     event->setDropAction(event->proposedAction());

@@ -16,7 +16,7 @@ constexpr int GridTop = 4;
 
 int carNumber(const QJsonObject &car)
 {
-    return ScanNumber::integer(car.value(QLatin1String("num")).toString()).value_or(-1);
+    return ScanNumber::integer(car.value(QLatin1String("num")).toVariant().toString()).value_or(-1);
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "ui_ticketpluginform.h"
 
 #include <QCursor>
+#include <QDrag>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPointer>
@@ -86,33 +87,42 @@ RunContainerWidget *TicketPluginForm::findRun(const QString &guid) const
     return nullptr;
 }
 
+void TicketPluginForm::endDragOf(const RunContainerWidget *run)
+{
+    // A drag whose source or target goes down never ends by itself.
+    if (run->isInDrag() || ui->lwRunsList->isDragging())
+        QDrag::cancel();
+}
+
 void TicketPluginForm::dropRun(RunContainerWidget *run)
 {
     const int row = rowOfRun(run);
     if (row == -1)
         return;
-    // The list lets the widget go with deleteLater, so a run may end inside its own signal.
+    endDragOf(run);
+    // The open menu speaks of rows that are about to move.
+    runsMenu.close();
+    // The list lets the widget go with deleteLater, so a run may end inside its own signal; it must not speak any more.
+    disconnect(run, nullptr, this, nullptr);
+    disconnect(run, nullptr, ui->lwRunsList, nullptr);
+    run->retire();
     QListWidgetItem *item = ui->lwRunsList->item(row);
-    run->hide();
     ui->lwRunsList->removeItemWidget(item);
     delete ui->lwRunsList->takeItem(row);
 }
 
-void TicketPluginForm::followRunSize(RunContainerWidget *run, QListWidget *list)
+void TicketPluginForm::followRunSize(RunContainerWidget *run, QListWidget *list, QListWidgetItem *item)
 {
-    connect(run, &RunContainerWidget::updateSize, list, [run, list](const QSize &size) {
-        for (int row = 0; row < list->count(); ++row) {
-            QListWidgetItem *item = list->item(row);
-            if (list->itemWidget(item) == run)
-                item->setSizeHint(QSize(0, size.height()));
-        }
+    const QPersistentModelIndex row = list->model()->index(list->row(item), 0);
+    connect(run, &RunContainerWidget::updateSize, list, [list, row](const QSize &size) {
+        if (row.isValid())
+            list->item(row.row())->setSizeHint(QSize(0, size.height()));
     });
 }
 
 void TicketPluginForm::connectRun(RunContainerWidget *run)
 {
     connect(run, &RunContainerWidget::startRunClicked, this, &TicketPluginForm::startStopRun);
-    followRunSize(run, ui->lwRunsList);
     connect(run, &RunContainerWidget::presetUpdated, this, [this](const QJsonObject &preset) {
         sendToHost(HostEvents::ReplaceRunPreset, preset);
         runQueueChanged(QString());
@@ -162,11 +172,12 @@ RunContainerWidget *TicketPluginForm::addRuns(int count, int durationMinutes, qi
         ui->lwRunsList->setCurrentItem(item);
         item->setSizeHint(QSize(0, run->height()));
         connectRun(run);
+        followRunSize(run, ui->lwRunsList, item);
     }
     ui->lwRunsList->clearSelection();
     recalcQueue(QString());
     runQueueChanged(QString());
-    return added;
+    return added && !added->isRetired() ? added.data() : nullptr;
 }
 
 void TicketPluginForm::recalcQueue(const QString &activeGuid)
@@ -331,7 +342,7 @@ void TicketPluginForm::on_actionRenameRun_triggered()
     const QList<QPointer<RunContainerWidget>> selected = selectedQueueRuns();
     if (selected.isEmpty())
         return;
-    const QPointer<RunContainerWidget> run = selected.first();
+    const QPointer<RunContainerWidget> &run = selected.first();
     const QPointer<TicketPluginForm> self(this);
     bool ok = false;
     const QString name =
@@ -385,6 +396,8 @@ QListWidgetItem *TicketPluginForm::moveRunWidget(int source, int row)
     QListWidgetItem *item = ui->lwRunsList->item(source)->clone();
     ui->lwRunsList->insertItem(row, item);
     ui->lwRunsList->setItemWidget(item, run);
+    disconnect(run, &RunContainerWidget::updateSize, ui->lwRunsList, nullptr);
+    followRunSize(run, ui->lwRunsList, item);
     delete ui->lwRunsList->takeItem(row >= source ? source : source + 1);
     return item;
 }

@@ -203,9 +203,12 @@ void TicketPluginForm::archiveRun(const QJsonObject &record)
     ui->lwRunsHistory->setItemWidget(item, run);
     ui->lwRunsHistory->setCurrentItem(item);
     item->setSizeHint(QSize(0, run->height()));
-    followRunSize(run, ui->lwRunsHistory);
-    while (ui->lwRunsHistory->count() > MaxHistoryRuns)
+    followRunSize(run, ui->lwRunsHistory, item);
+    while (ui->lwRunsHistory->count() > MaxHistoryRuns) {
+        if (const RunContainerWidget *oldest = historyRun(ui->lwRunsHistory->count() - 1))
+            endDragOf(oldest);
         delete ui->lwRunsHistory->takeItem(ui->lwRunsHistory->count() - 1);
+    }
 }
 
 void TicketPluginForm::on_pbClearRunsHistory_clicked()

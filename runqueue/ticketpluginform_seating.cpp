@@ -82,16 +82,16 @@ void TicketPluginForm::seatRacers(const QJsonArray &racers, int step, int fromRo
 
 void TicketPluginForm::on_actionMoveToRuns_triggered()
 {
-    QJsonArray toSeat;
+    QList<QPersistentModelIndex> lines;
     bool asksForVariant = false;
     QSet<const CheckInItem *> visited;
+    const QPointer<TicketPluginForm> self(this);
     const QModelIndexList selected = ui->tvCheckIn->selectionModel()->selectedIndexes();
     for (const QModelIndex &index : selected) {
         const CheckInItem *item = checkInList.itemAt(index);
         if (!item || item->enqueued || visited.contains(item))
             continue;
         if (warnMissingNfc && item->nfcUid.isEmpty()) {
-            const QPointer<TicketPluginForm> self(this);
             const QPersistentModelIndex line(index);
             const auto answer =
                 QMessageBox::question(this, tr("Предупреждение"), tr("Не назначены NFC метки участникам, продолжить?"),
@@ -102,37 +102,35 @@ void TicketPluginForm::on_actionMoveToRuns_triggered()
         visited.insert(item);
         if (item->runCount >= 2)
             asksForVariant = true;
-        if (!item->payState && !(item->parent && item->parent->payState))
-            continue;
-        if (!item->salesItem.isEmpty())
-            toSeat.append(checkInList.toJson(*item));
+        lines.append(index);
     }
 
     int step = 1;
     if (asksForVariant) {
-        const QPointer<TicketPluginForm> self(this);
         SelectMultiSeatVariantDialog dialog(this);
         const bool accepted = dialog.exec() == QDialog::Accepted;
         step = dialog.multiSeatVariant;
         if (!self || !accepted || step <= 0)
             return;
-        toSeat = stillToSeat(toSeat);
     }
-    seatRacers(toSeat, step, -1);
-    checkInList.itemsDroppedOut(toSeat);
+    // Looked at only now: while the dialog stood there a client program may have seated, refunded or removed somebody,
+    // and nobody is seated twice or for nothing.
+    const QJsonArray racers = recordsToSeat(lines);
+    seatRacers(racers, step, -1);
+    checkInList.itemsDroppedOut(racers);
 }
 
-QJsonArray TicketPluginForm::stillToSeat(const QJsonArray &racers) const
+QJsonArray TicketPluginForm::recordsToSeat(const QList<QPersistentModelIndex> &lines) const
 {
-    // Meanwhile a client program may have seated, refunded or removed somebody; nobody is seated twice or for nothing.
-    QJsonArray left;
-    for (const QJsonValue &racer : racers) {
-        const QModelIndex line = checkInList.findByUuid(racer.toObject().value(QLatin1String("uuid")).toString(), true);
+    QJsonArray racers;
+    for (const QPersistentModelIndex &line : lines) {
         const CheckInItem *item = checkInList.itemAt(line);
-        if (item && !item->enqueued && item->isEffectivelyPaid() && !item->salesItem.isEmpty())
-            left.append(checkInList.toJson(*item));
+        if (!item || item->enqueued || item->salesItem.isEmpty())
+            continue;
+        if (item->payState || (item->parent && item->parent->payState))
+            racers.append(checkInList.toJson(*item));
     }
-    return left;
+    return racers;
 }
 
 void TicketPluginForm::toRunsClicked(QJsonObject json)
@@ -191,14 +189,20 @@ bool TicketPluginForm::findCompetitor(const QJsonObject &request, RunCompetitor 
 bool TicketPluginForm::moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target,
                                 RunCompetitor **competitor, RunContainerWidget **run)
 {
-    const QPointer<RunContainerWidget> guard(target);
+    const QPointer<RunContainerWidget> from(source);
+    const QPointer<RunContainerWidget> to(target);
     const QJsonObject entry = source->competitors()[static_cast<size_t>(index)]->data;
     source->removeCompetitorAt(index);
-    if (!guard)
+    // The host may have closed either run on hearing of it; the racer then stays where a run is left.
+    const bool arrives = to && !to->isRetired();
+    if (!arrives && (!from || from->isRetired()))
         return false;
-    *competitor = guard->addCompetitor(entry, false);
-    *run = guard;
-    return *competitor && guard;
+    RunCompetitor *seat = (arrives ? to : from)->addCompetitor(entry, false);
+    if (!arrives || !seat || !to || to->isRetired())
+        return false;
+    *competitor = seat;
+    *run = to;
+    return true;
 }
 
 void TicketPluginForm::moveRacerToRun(const QJsonObject &request)

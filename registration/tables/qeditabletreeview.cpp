@@ -108,7 +108,9 @@ void QEditableTreeView::startDrag(Qt::DropActions supportedActions)
     drag->setPixmap(DragBadge::forRecords(records).pixmap());
     drag->setMimeData(mimeData.release());
     drag->setHotSpot(QPoint(0, 0));
+    QPointer<QObject> target;
+    connect(drag, &QDrag::targetChanged, drag, [&target](QObject *widget) { target = widget; });
     const Qt::DropAction action = drag->exec(Qt::MoveAction);
     if (self && action == Qt::MoveAction)
-        Q_EMIT itemsDroppedOut(records, drag ? drag->target() : nullptr);
+        Q_EMIT itemsDroppedOut(records, target);
 }
