@@ -6,8 +6,8 @@
 namespace {
 
 constexpr int maxSpeed = 10000;
-constexpr int maxDemoRuns = 200;
-constexpr int maxDemoRacers = 50;
+constexpr int maxDemoRuns = 60;
+constexpr int maxDemoRacers = 20;
 
 void addOptions(QCommandLineParser *parser)
 {

@@ -1,4 +1,5 @@
 #include "demodata.h"
+#include "runarchive.h"
 #include "trackdatabase.h"
 #include "trackhome.h"
 
@@ -19,6 +20,7 @@ private Q_SLOTS:
     void settingsInTheStoredFormat();
     void paidRacerHasAPayment();
     void secondFillChangesNothing();
+    void busyDayHasAQueueAndAHistory();
 
 private:
     QVector<QVariantList> rows(const QString &sql);
@@ -160,6 +162,71 @@ void TestDemoData::secondFillChangesNothing()
     QVERIFY(DemoData(*m_home, m_database.data()).fill());
     QCOMPARE(journal(), before);
     QCOMPARE(rows(QStringLiteral("SELECT id FROM price_types")).size(), 2);
+}
+
+void TestDemoData::busyDayHasAQueueAndAHistory()
+{
+    const QTemporaryDir directory;
+    const TrackHome home(directory.path());
+    QString error;
+    QVERIFY2(home.makeTree(&error), qPrintable(error));
+    // One connection at a time: it goes by a name.
+    m_database.reset();
+    m_database.reset(new TrackDatabase(home.databaseFile()));
+    QVERIFY(m_database->prepare());
+    QVERIFY(DemoData(home, m_database.data()).fill(QSize(3, 9)));
+    const auto read = [&home](const QString &name) {
+        QFile file(home.journalsDirectory() + name);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+
+    const QList<QByteArray> queue = read(QStringLiteral("/runslist.state")).trimmed().split('\n');
+    QCOMPARE(queue.size(), 3 * 10);
+    QStringList uuids;
+    QStringList codes;
+    for (int line = 0; line < queue.size(); ++line) {
+        const bool isRun = line % 10 == 0;
+        const QByteArray tag = isRun ? QByteArrayLiteral("RUNITEM:") : QByteArrayLiteral("COMPETITOR:");
+        QVERIFY2(queue.at(line).startsWith(tag), queue.at(line).constData());
+        const QJsonObject json = QJsonDocument::fromJson(queue.at(line).mid(tag.size())).object();
+        QVERIFY(!json.isEmpty());
+        uuids.append(json.value(QStringLiteral("uuid")).toString());
+        if (isRun)
+            continue;
+        QCOMPARE(json.value(QStringLiteral("competitorId")).toInt(), -1000 - (line % 10));
+        QVERIFY(json.value(QStringLiteral("payState")).toBool());
+        codes.append(json.value(QStringLiteral("pinCodes")).toArray().at(0).toString());
+        const int carId = json.value(QStringLiteral("carId")).toInt(-1);
+        if (carId != -1) {
+            const QVector<QVariantList> car = rows(QStringLiteral("SELECT name, num FROM cars WHERE id = %1").arg(carId));
+            QCOMPARE(car.value(0).value(0).toString(), json.value(QStringLiteral("carModel")).toString());
+            QCOMPARE(car.value(0).value(1).toString(), json.value(QStringLiteral("carNum")).toString());
+        }
+    }
+    QCOMPARE(uuids.removeDuplicates(), 0);
+
+    const QJsonArray history = QJsonDocument::fromJson(read(QStringLiteral("/runshistory.state"))).array();
+    const QJsonArray archived = RunArchive(m_database.data()).startedSince(0);
+    QVERIFY(history.size() >= 2);
+    QCOMPARE(archived.size(), history.size());
+    for (int run = 0; run < history.size(); ++run) {
+        const QJsonObject record = history.at(run).toObject();
+        const QJsonObject kept = archived.at(run).toObject();
+        QCOMPARE(record.value(QStringLiteral("runQueueGuid")), kept.value(QStringLiteral("runQueueGuid")));
+        QCOMPARE(record.value(QStringLiteral("runNum")), kept.value(QStringLiteral("runNum")));
+        QCOMPARE(record.value(QStringLiteral("runCompetitors")).toObject().size(), 9);
+        QCOMPARE(kept.value(QStringLiteral("durationMs")).toInt(), 600000);
+    }
+    const QList<QByteArray> list = read(QStringLiteral("/tickets.state")).trimmed().split('\n');
+    for (const QByteArray &line : list) {
+        const QJsonObject racer = QJsonDocument::fromJson(line).object();
+        QVERIFY(racer.contains(QStringLiteral("kidsList")));
+        codes.append(racer.value(QStringLiteral("pinCodes")).toArray().at(0).toString());
+    }
+    QCOMPARE(codes.removeDuplicates(), 0);
+    QCOMPARE(rows(QStringLiteral("SELECT id FROM payments WHERE pay_state = 1")).size(),
+             int(std::count_if(list.cbegin(), list.cend(),
+                               [](const QByteArray &line) { return line.contains("\"payState\":true"); })));
 }
 
 QTEST_GUILESS_MAIN(TestDemoData)

@@ -76,6 +76,11 @@ void TestPlayScript::readsOptions()
     QCOMPARE(steps.at(0).words, QStringList(QStringLiteral("a")));
     QCOMPARE(steps.at(0).options.value(QStringLiteral("within")), QStringLiteral("300"));
     QCOMPARE(steps.at(0).options.value(QStringLiteral("button")), QStringLiteral("right"));
+    const QVector<PlayStep> more = parsed(QStringLiteral("line 3 at=60,20 prefix=RUNITEM: {\"runNum\": 1}"));
+    QCOMPARE(more.size(), 1);
+    QCOMPARE(more.at(0).words, QStringList(QStringLiteral("3")));
+    QCOMPARE(more.at(0).options.value(QStringLiteral("at")), QStringLiteral("60,20"));
+    QCOMPARE(more.at(0).options.value(QStringLiteral("prefix")), QStringLiteral("RUNITEM:"));
 }
 
 void TestPlayScript::quotedTextIsNoOption()

@@ -113,6 +113,10 @@ void TestTrack::makesTheSchema_data()
         << QStringLiteral(
                "id racer_guid pay_date client_id first_name last_name mid_name sum tariff discount pay_state "
                "pay_kind car_model tickets_count comment price_id price_type cashier_id remote_updated");
+    QTest::newRow("runs_archive")
+        << QStringLiteral("runs_archive")
+        << QStringLiteral("id run_num start_ts duration_ms finish_type finish_param sort_mode run_queue_guid run_name "
+                          "results");
 }
 
 void TestTrack::makesTheSchema()

@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 #include <QStandardItemModel>
 #include <QTreeView>
@@ -20,6 +21,7 @@ private Q_SLOTS:
     void findsByNameClassAndPath();
     void refusesTwoOfAName();
     void hiddenOnesOnlyWhenAsked();
+    void findsTheWidgetOfARow();
     void dialogComesFirst();
     void dialogButtons();
     void cells_data();
@@ -96,6 +98,26 @@ void TestWidgetFinder::hiddenOnesOnlyWhenAsked()
     QString error;
     QVERIFY(!WidgetFinder::widget(QStringLiteral("view"), &error));
     QCOMPARE(WidgetFinder::widget(QStringLiteral("view"), &error, WidgetFinder::AlsoHidden), m_view);
+}
+
+void TestWidgetFinder::findsTheWidgetOfARow()
+{
+    QListWidget list;
+    list.setObjectName(QStringLiteral("runs"));
+    list.addItems({QString(), QString(), QString()});
+    auto *run = new QWidget;
+    auto *button = new QPushButton(run);
+    button->setObjectName(QStringLiteral("startButton"));
+    list.setItemWidget(list.item(1), run);
+    list.show();
+    QString error;
+    QCOMPARE(WidgetFinder::widget(QStringLiteral("runs/#1"), &error), run);
+    QCOMPARE(WidgetFinder::widget(QStringLiteral("runs/#1/startButton"), &error), button);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QVERIFY2(!WidgetFinder::widget(QStringLiteral("runs/#0"), &error), "a row without a widget");
+    QVERIFY(!WidgetFinder::widget(QStringLiteral("runs/#3"), &error));
+    QVERIFY(!WidgetFinder::widget(QStringLiteral("runs/#first"), &error));
+    QVERIFY2(!WidgetFinder::widget(QStringLiteral("left/#0"), &error), "not a view");
 }
 
 void TestWidgetFinder::dialogComesFirst()
