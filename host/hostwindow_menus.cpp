@@ -154,8 +154,8 @@ void HostWindow::askTrack()
 void HostWindow::askNextRun()
 {
     bool ok = false;
-    const int number = QInputDialog::getInt(this, tr("Следующий заезд"), tr("Номер"),
-                                            m_timing->track().nextRunNumber(), 0, 100000, 1, &ok);
+    const int number = QInputDialog::getInt(this, tr("Следующий заезд"), tr("Номер"), m_timing->track().nextRunNumber(),
+                                            0, 100000, 1, &ok);
     if (ok)
         m_timing->track().setNextRunNumber(number);
 }

@@ -19,9 +19,8 @@ public:
     enum Which { Visible, AlsoHidden };
 
     /// A widget by its object name, looked for in the open popup, then in the open dialog, then everywhere. "a/b" is b
-    /// inside a; ".QClass" goes by the class; "a/#2" is the widget that
-    /// stands in row 2 of the view a. @window, @modal, @popup and @focus are the obvious ones. Null with a
-    /// sentence in `error` when there is none, or more than one.
+    /// inside a; ".QClass" goes by the class; "a/#2" is the widget that stands in row 2 of the view a. @window, @modal,
+    /// @popup and @focus are the obvious ones. Null with a sentence in `error` when there is none, or more than one.
     static QWidget *widget(const QString &path, QString *error, Which which = Visible);
     static QAbstractItemView *view(const QString &path, QString *error);
     static QAction *action(const QString &name, QString *error);

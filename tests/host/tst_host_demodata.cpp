@@ -198,7 +198,8 @@ void TestDemoData::busyDayHasAQueueAndAHistory()
         codes.append(json.value(QStringLiteral("pinCodes")).toArray().at(0).toString());
         const int carId = json.value(QStringLiteral("carId")).toInt(-1);
         if (carId != -1) {
-            const QVector<QVariantList> car = rows(QStringLiteral("SELECT name, num FROM cars WHERE id = %1").arg(carId));
+            const QVector<QVariantList> car =
+                rows(QStringLiteral("SELECT name, num FROM cars WHERE id = %1").arg(carId));
             QCOMPARE(car.value(0).value(0).toString(), json.value(QStringLiteral("carModel")).toString());
             QCOMPARE(car.value(0).value(1).toString(), json.value(QStringLiteral("carNum")).toString());
         }

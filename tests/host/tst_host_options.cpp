@@ -36,13 +36,23 @@ void TestHostOptions::everythingAsked()
 {
     HostOptions options;
     QString error;
-    const QStringList arguments = {
-        QStringLiteral("host"),      QStringLiteral("--home"),        QStringLiteral("трасса"),
-        QStringLiteral("--demo"),    QStringLiteral("--plugin=a.so"), QStringLiteral("--play"),
-        QStringLiteral("day.play"),  QStringLiteral("--out"),         QStringLiteral("out"),
-        QStringLiteral("--log"),     QStringLiteral("e.jsonl"),       QStringLiteral("--screenshot-size"),
-        QStringLiteral("1920x1080"), QStringLiteral("--quit-after"),  QStringLiteral("0"),
-        QStringLiteral("--speed"),   QStringLiteral("120")};
+    const QStringList arguments = {QStringLiteral("host"),
+                                   QStringLiteral("--home"),
+                                   QStringLiteral("трасса"),
+                                   QStringLiteral("--demo"),
+                                   QStringLiteral("--plugin=a.so"),
+                                   QStringLiteral("--play"),
+                                   QStringLiteral("day.play"),
+                                   QStringLiteral("--out"),
+                                   QStringLiteral("out"),
+                                   QStringLiteral("--log"),
+                                   QStringLiteral("e.jsonl"),
+                                   QStringLiteral("--screenshot-size"),
+                                   QStringLiteral("1920x1080"),
+                                   QStringLiteral("--quit-after"),
+                                   QStringLiteral("0"),
+                                   QStringLiteral("--speed"),
+                                   QStringLiteral("120")};
     QVERIFY(HostOptions::parse(arguments, &options, &error));
     QCOMPARE(options.home, QStringLiteral("трасса"));
     QCOMPARE(options.plugin, QStringLiteral("a.so"));
@@ -97,9 +107,8 @@ void TestHostOptions::refuses()
 void TestHostOptions::helpNamesEveryOption()
 {
     const QString help = HostOptions::helpText();
-    for (const char *name :
-         {"--home", "--plugin", "--demo", "--play", "--out", "--log", "--screenshot-size", "--quit-after", "--speed",
-          "--demo-queue"})
+    for (const char *name : {"--home", "--plugin", "--demo", "--play", "--out", "--log", "--screenshot-size",
+                             "--quit-after", "--speed", "--demo-queue"})
         QVERIFY2(help.contains(QLatin1String(name)), name);
 }
 

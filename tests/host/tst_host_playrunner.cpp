@@ -95,6 +95,9 @@ void TestPlayRunner::plays_data()
         "expect cbEventFollow checked is true\nclick cbEventFollow\nexpect cbEventFollow checked is false\n"
         "click cbEventFollow\nexpect cbEventFollow checked is true",
         true);
+    row("a click at a point", "click cbEventFollow at=5,5\nclick cbEventFollow at=10,8 within=100", true);
+    row("a point outside", "click cbEventFollow at=5000,5000 within=100", false);
+    row("no point", "click cbEventFollow at=middle", false);
     row("a choice in a list",
         "click cbEventSide\nchoose Кассе\nexpect cbEventSide currentText is Кассе\n"
         "click cbEventSide\nchoose \"Все события\"\nexpect cbEventSide currentText contains Все",
@@ -109,6 +112,8 @@ void TestPlayRunner::plays_data()
     row("no such file", "expectNoFile Documents/none", true);
     row("a missing file", "expectFile Documents/none contains a within=100", false);
     row("lines of a file", "expectLines test.play 1", true);
+    row("no run", "expectRun queue 0 {\"runNum\": 1} within=100", false);
+    row("no list of runs", "clickRacer pit 0 Орлова", false);
     row("no event", "mark\nexpectNoEvent insert_tab\nexpectEvents", true);
     row("an event that never comes", "mark\nexpectEvent insert_tab within=100", false);
     row("answer without a dialog", "answer Yes within=100", false);
