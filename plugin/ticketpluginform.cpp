@@ -52,6 +52,8 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     if (headerFont.pointSizeF() > 7.5)
         headerFont.setPointSizeF(headerFont.pointSizeF() - 1.5);
     ui->tvCheckIn->header()->setFont(headerFont);
+    // As wide as the list needs to show the button of the queue; the rest is for the runs.
+    ui->splitter_2->setSizes({832, 415});
     ui->splitter_2->setStretchFactor(0, 3);
     ui->splitter_2->setStretchFactor(1, 2);
     ui->histAndSeatSplitter->setStretchFactor(0, 2);

@@ -47,6 +47,8 @@ void TicketPluginForm::loadJournals()
     loadHistory();
     loadOperators();
     loading = false;
+    // Each restored run became the current row; the cashier looks at the head of the queue.
+    ui->lwRunsList->scrollToTop();
     recalcQueue(QString());
     runQueueChanged(QString());
 }

@@ -1,5 +1,6 @@
 #include "registration/clientscheckindelegate.h"
 
+#include "prices/pricerules.h"
 #include "prices/pricesmodel.h"
 #include "registration/clientscheckinlist.h"
 #include "registration/tables/qeditabletreeview.h"
@@ -262,7 +263,7 @@ QWidget *ClientsCheckInDelegate::createDiscountEditor(QWidget *parent, const QMo
     combo->addItem(QStringLiteral("--"));
     if (prices) {
         for (const DiscountItem &discount : qAsConst(prices->discounts))
-            combo->addItem((discount.isFixed ? QStringLiteral("=%1") : QStringLiteral("%1")).arg(discount.value));
+            combo->addItem(PriceRules::discountText(discount));
     }
     const int current = combo->findText(model->itemAt(index)->discountValue);
     if (current != -1)

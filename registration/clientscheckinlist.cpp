@@ -3,6 +3,7 @@
 #include "common/clock.h"
 #include "common/deskpaths.h"
 #include "common/jsonread.h"
+#include "prices/pricerules.h"
 #include "prices/pricesmodel.h"
 #include "registration/checkinrules.h"
 
@@ -572,7 +573,7 @@ QJsonArray ClientsCheckInList::discountsJson() const
     if (!priceBook)
         return list;
     for (const DiscountItem &discount : qAsConst(priceBook->discounts))
-        list.append((discount.isFixed ? QStringLiteral("=%1") : QStringLiteral("%1")).arg(discount.value));
+        list.append(PriceRules::discountText(discount));
     return list;
 }
 

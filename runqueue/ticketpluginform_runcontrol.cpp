@@ -201,7 +201,7 @@ void TicketPluginForm::archiveRun(const QJsonObject &record)
     auto *item = new QListWidgetItem;
     ui->lwRunsHistory->insertItem(0, item);
     ui->lwRunsHistory->setItemWidget(item, run);
-    ui->lwRunsHistory->setCurrentItem(item);
+    ui->lwRunsHistory->setCurrentItem(item, QItemSelectionModel::ClearAndSelect);
     item->setSizeHint(QSize(0, run->height()));
     followRunSize(run, ui->lwRunsHistory, item);
     while (ui->lwRunsHistory->count() > MaxHistoryRuns) {
