@@ -47,12 +47,10 @@ qint32 JsonRead::looseInt(const QJsonValue &value, qint32 fallback)
 
 qint64 JsonRead::int64(const QJsonValue &value)
 {
-    // Far beyond every time of the desk, and far enough from the ends of 64 bits to reckon with.
-    constexpr qint64 Limit = 9000000000000000;
-    if (value.isDouble() && !(value.toDouble() > -Limit && value.toDouble() < Limit))
-        return 0;
-    const qint64 number = value.toVariant().toLongLong();
-    return number > -Limit && number < Limit ? number : 0;
+    // Far enough from the ends of 64 bits to reckon with, also in milliseconds.
+    constexpr double Limit = 9.0e15;
+    const double number = value.toDouble(0.0);
+    return number > -Limit && number < Limit ? static_cast<qint64>(number) : 0;
 }
 
 QStringList JsonRead::texts(const QJsonArray &array)

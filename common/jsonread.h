@@ -28,7 +28,7 @@ qint32 looseInt(const QJsonValue &value, qint32 fallback);
 /// As looseInt, but tells apart a number that is `fallback` from none at all.
 std::optional<qint32> looseInt(const QJsonValue &value);
 
-/// A whole number of 64 bits that may also arrive as a text; 0 if it is neither or does not fit.
+/// A whole number of 64 bits; 0 if it is none, or beyond every time of the desk.
 qint64 int64(const QJsonValue &value);
 
 /// The texts of an array, one for each element; anything but a text reads as an empty one.

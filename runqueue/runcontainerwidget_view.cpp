@@ -5,8 +5,8 @@
 #include "common/clock.h"
 #include "common/jsonread.h"
 #include "runqueue/customizerundialog.h"
+#include "runqueue/dialogplacement.h"
 
-#include <QCursor>
 #include <QDateTime>
 #include <QDrag>
 #include <QDragEnterEvent>
@@ -222,8 +222,7 @@ void RunContainerWidget::editParams()
     const QPointer<RunContainerWidget> self(this);
     // Not a child of the run: the host may end the run under the open dialog.
     CustomizeRunDialog dialog(parentWidget());
-    const QPoint half(qRound(dialog.width() / 2.0), qRound(dialog.height() / 2.0));
-    dialog.move(QCursor::pos() - half);
+    centreOnCursor(dialog);
     dialog.setParams({
         {QLatin1String("runParam"), finishParam},
         {QLatin1String("runName"), runName},

@@ -5,6 +5,7 @@
 
 #include "common/clock.h"
 #include "runqueue/addrunsdialog.h"
+#include "runqueue/dialogplacement.h"
 #include "runqueue/runcontainerwidget.h"
 #include "runqueue/runrules.h"
 #include "ui_ticketpluginform.h"
@@ -332,7 +333,7 @@ void TicketPluginForm::on_bAddRun_clicked()
 {
     const QPointer<TicketPluginForm> self(this);
     AddRunsDialog dialog(defaultRunDuration, endOfQueue(), queueSize() == 0, this);
-    dialog.move(QCursor::pos() - QPoint(qRound(dialog.width() / 2.0), qRound(dialog.height() / 2.0)));
+    centreOnCursor(dialog);
     if (dialog.exec() == QDialog::Accepted && self)
         addRuns(dialog.runsCount(), dialog.durationMinutes(), dialog.startTime());
 }
