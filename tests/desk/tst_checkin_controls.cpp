@@ -187,7 +187,8 @@ void TestCheckInControls::clickOnEveryColumn()
 {
     QFETCH(int, column);
     QFETCH(QString, key);
-    QVERIFY(open({m_counter->sold(QStringLiteral("{a}")), m_counter->sold(QStringLiteral("{b}"))}));
+    const QJsonObject oneRun = object(R"({"runCount": 1})");
+    QVERIFY(open({m_counter->sold(QStringLiteral("{a}"), oneRun), m_counter->sold(QStringLiteral("{b}"), oneRun)}));
     QSignalSpy clicks(delegate(), SIGNAL(itemClicked(QModelIndex, QString)));
     QVERIFY(clicks.isValid());
     const QModelIndex index = m_counter->at(1, Counter::Column(column));
@@ -486,7 +487,7 @@ void TestCheckInControls::buttonShowsThePress()
 {
     QVERIFY(open({m_counter->sold(QStringLiteral("{a}"), object(R"({"payState": true})")),
                   m_counter->sold(QStringLiteral("{b}"), object(R"({"payState": true})"))}));
-    const QModelIndex index = m_counter->at(0, Counter::Enqueue);
+    const QModelIndex index = m_counter->at(0, Counter::Safety);
     const QRect rect = m_counter->cell(index);
     m_counter->moveTo(index);
     m_counter->tree()->setCurrentIndex(index);

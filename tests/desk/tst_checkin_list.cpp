@@ -116,7 +116,10 @@ using JsonMatch::array;
 using JsonMatch::object;
 
 const QString AddTitle = text("Запись на заезд");
-const QStringList Published{QStringLiteral("local_request_answer")};
+QStringList listPublished()
+{
+    return {QStringLiteral("local_request_answer")};
+}
 const QString Tickets = QStringLiteral("tickets.state");
 
 QColor colour(const QVariant &value)
@@ -548,7 +551,7 @@ void TestCheckInList::addByHand()
     QCOMPARE(m_counter->model()->rowCount(), 2);
     QCOMPARE(m_counter->shown(0, Counter::Name), text("Иванов Пётр Ильич"));
     QCOMPARE(m_counter->shown(0, Counter::Pos), QStringLiteral("2"));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QCOMPARE(desk().last(QStringLiteral("local_request_answer")).keys(), QStringList{QStringLiteral("checkInList")});
     const QJsonArray list = m_counter->published();
     QCOMPARE(list.size(), 2);
@@ -581,7 +584,7 @@ void TestCheckInList::addWithMinors()
     });
     m_counter->trigger("actionAddRacer");
     MODAL_VERIFY(answer);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     const QModelIndex racer = m_counter->model()->index(0, 0);
     QCOMPARE(m_counter->model()->rowCount(racer), 2);
     QVERIFY(m_counter->tree()->isExpanded(racer));
@@ -912,7 +915,7 @@ void TestCheckInList::editUnchanged()
     m_counter->trigger("actionEditRacer");
     MODAL_VERIFY(answer);
     QVERIFY(layout.count() > 0);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QVERIFY(m_counter->track().hasJournal(Tickets));
     QJsonObject expected = before;
     expected.insert(QStringLiteral("regTime"), 0);
@@ -967,7 +970,7 @@ void TestCheckInList::editPairsMinorsByPosition()
     m_counter->tree()->setCurrentIndex(m_counter->at(0, Counter::Name));
     m_counter->trigger("actionEditRacer");
     MODAL_VERIFY(answer);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QCOMPARE(m_counter->model()->rowCount(m_counter->model()->index(0, 0)), 2);
     JSON_CONTAINS(m_counter->line(0), object(R"({"kidsList": [
         {"uuid": "{k2}", "lastName": "Б", "price": 100, "pinCodes": ["0001"], "comment": "1"},
@@ -985,7 +988,7 @@ void TestCheckInList::editAddsAMinor()
     m_counter->tree()->setCurrentIndex(m_counter->at(0, Counter::Name));
     m_counter->trigger("actionEditRacer");
     MODAL_VERIFY(answer);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     const QJsonArray kids = m_counter->published().at(0)[QLatin1String("subItems")].toArray();
     QCOMPARE(kids.size(), 2);
     JSON_CONTAINS(kids.at(1),
@@ -1124,7 +1127,7 @@ void TestCheckInList::removeSelected()
     const ModalAnswer answer = answerBox(&facts, QMessageBox::Yes);
     m_counter->push("bRemoveRacerFromList");
     MODAL_VERIFY(answer);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published(), array(R"([{"uuid": "{a}"}, {"uuid": "{c}"}])"));
     QVERIFY(m_counter->track().hasJournal(Tickets));
     QCOMPARE(uuids(m_counter->stored()), (QStringList{QStringLiteral("{a}"), QStringLiteral("{c}")}));
@@ -1147,7 +1150,7 @@ void TestCheckInList::removeMinors()
     const ModalAnswer answer = answerBox(&facts, QMessageBox::Yes);
     m_counter->trigger("actionRemoveRacer");
     MODAL_VERIFY(answer);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QCOMPARE(removed.count(), 3);
     const QList<QJsonObject> lines = m_counter->stored();
     QCOMPARE(uuids(lines), (QStringList{QStringLiteral("{a}"), QStringLiteral("{b}")}));
@@ -1181,7 +1184,7 @@ void TestCheckInList::removePaidRowByHand()
     MODAL_VERIFY(answer);
     QCOMPARE(m_counter->model()->rowCount(), 0);
     JSON_COMPARE(m_counter->published(), QJsonArray());
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
 }
 
 void TestCheckInList::removeEnqueuedRow()
@@ -1214,7 +1217,7 @@ void TestCheckInList::removePaid()
     QCOMPARE(facts.text, text("Точно удалить?"));
     QCOMPARE(facts.icon, int(QMessageBox::Question));
     QCOMPARE(facts.buttons, QMessageBox::Yes | QMessageBox::No);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published(),
                   array(R"([{"uuid": "{b}"}, {"uuid": "{d}", "subItems": [{"uuid": "{k2}"}]}])"));
     QCOMPARE(uuids(m_counter->stored()), (QStringList{QStringLiteral("{b}"), QStringLiteral("{d}")}));
@@ -1294,7 +1297,7 @@ void TestCheckInList::expiryByTheTimer()
                   Counter::ticket(QStringLiteral("{attended}"))}));
     QCOMPARE(m_counter->model()->rowCount(), 3);
     QTRY_COMPARE_WITH_TIMEOUT(m_counter->model()->rowCount(), 2, 7000);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QCOMPARE(uuids(m_counter->stored()), (QStringList{QStringLiteral("{young}"), QStringLiteral("{attended}")}));
 }
 
@@ -1315,7 +1318,7 @@ void TestCheckInList::expiryPublishes()
                   Counter::ticket(QStringLiteral("{c}"), old)}));
     m_counter->track().removeJournal(Tickets);
     m_counter->validate();
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published(), array(R"([{"uuid": "{b}"}])"));
     QVERIFY(m_counter->track().hasJournal(Tickets));
     desk().clear();

@@ -101,8 +101,15 @@ namespace {
 using JsonMatch::array;
 using JsonMatch::object;
 
-const QStringList Published{QStringLiteral("local_request_answer")};
-const QStringList PricesPublished{QStringLiteral("local_request_answer"), QStringLiteral("update_remote_prices")};
+QStringList listPublished()
+{
+    return {QStringLiteral("local_request_answer")};
+}
+
+QStringList pricesPublished()
+{
+    return {QStringLiteral("local_request_answer"), QStringLiteral("update_remote_prices")};
+}
 const QString Tickets = QStringLiteral("tickets.state");
 const QString Error = text("Ошибка");
 const QString NoMethod = text("Не указан способ оплаты");
@@ -239,7 +246,7 @@ void TestCheckInMoney::saleChosen()
     m_counter->sendCars();
     m_counter->track().removeJournal(Tickets);
     QVERIFY(m_counter->pick(m_counter->at(1, Counter::SalesItem), text("Взрослый")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     const int id = m_counter->priceId(text("Взрослый"));
     JSON_CONTAINS(m_counter->published().at(1),
                   with(object(R"({"uuid": "{b}", "salesItem": "Взрослый", "carModel": "Sodi",
@@ -257,7 +264,7 @@ void TestCheckInMoney::saleChosenForAMinor()
     QVERIFY(open({withKids(m_counter->sold(QStringLiteral("{a}")), {Counter::ticket(QStringLiteral("{k}"))})}));
     m_counter->sendCars();
     QVERIFY(m_counter->pick(m_counter->kidAt(0, 0, Counter::SalesItem), text("Детский")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QCOMPARE(sum(), 1300.0);
     JSON_CONTAINS(m_counter->published(), array(R"([{"uuid": "{a}", "paySum": 1300, "price": 500, "subItems": [
         {"uuid": "{k}", "salesItem": "Детский", "carModel": "Rimo", "price": 300, "runCount": 1, "paySum": 0}]}])"));
@@ -276,7 +283,7 @@ void TestCheckInMoney::saleCleared()
     QVERIFY(open({m_counter->sold(QStringLiteral("{a}"))}));
     m_counter->sendCars();
     QVERIFY(m_counter->pick(m_counter->at(0, Counter::SalesItem), QStringLiteral("--")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published().at(0),
                   object(R"({"salesItem": "", "salesId": -1, "salesCommonId": -1, "carModel": "",
         "price": 0, "runCount": 0, "paySum": 0, "color": "#00000000"})"));
@@ -288,7 +295,7 @@ void TestCheckInMoney::saleClearedWhereNoneWas()
 {
     QVERIFY(open({Counter::ticket(QStringLiteral("{a}"))}));
     QVERIFY(m_counter->pick(m_counter->at(0, Counter::SalesItem), QStringLiteral("--")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published().at(0), object(R"({"salesItem": "", "runCount": 0, "paySum": 0})"));
 }
 
@@ -362,7 +369,7 @@ void TestCheckInMoney::discountChosen()
     QVERIFY(open({m_counter->sold(QStringLiteral("{a}"))}));
     m_counter->track().removeJournal(Tickets);
     QVERIFY(m_counter->pick(m_counter->at(0, Counter::Discount), QStringLiteral("10")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published().at(0), object(R"({"discountValue": "10", "paySum": 900})"));
     JSON_CONTAINS(m_counter->stored().at(0), object(R"({"discountValue": "10", "paySum": 900})"));
     QCOMPARE(m_counter->shown(0, Counter::Discount), QStringLiteral("10%"));
@@ -423,7 +430,7 @@ void TestCheckInMoney::discountTyped()
 {
     QVERIFY(open({m_counter->sold(QStringLiteral("{a}"))}));
     QVERIFY(m_counter->type(m_counter->at(0, Counter::Discount), QStringLiteral("=200")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published().at(0), object(R"({"discountValue": "=200", "paySum": 600})"));
     QCOMPARE(m_counter->shown(0, Counter::Discount), QStringLiteral("=200"));
 }
@@ -488,7 +495,7 @@ void TestCheckInMoney::runCountTyped()
                       SIGNAL(layoutChanged(QList<QPersistentModelIndex>, QAbstractItemModel::LayoutChangeHint)));
     QVERIFY(m_counter->type(m_counter->at(0, Counter::RunCount), typed));
     QVERIFY(layout.count() > 0);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     QCOMPARE(m_counter->at(0, Counter::RunCount).data(), QVariant(count));
     QCOMPARE(sum(), sale ? count * 500.0 : 0.0);
     JSON_CONTAINS(m_counter->published().at(0), (QJsonObject{{QStringLiteral("runCount"), count}}));
@@ -502,7 +509,7 @@ void TestCheckInMoney::runCountOfAMinor()
                            {m_counter->sold(QStringLiteral("{k}"), object(R"({"salesItem": "Детский", "price": 300,
                            "regTime": 4102444800})"))})}));
     QVERIFY(m_counter->type(m_counter->kidAt(0, 0, Counter::RunCount), QStringLiteral("4")));
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published(), array(R"([{"runCount": 2, "paySum": 2200,
         "subItems": [{"runCount": 4, "paySum": 0, "regTime": 0}]}])"));
     QCOMPARE(m_counter->kidAt(0, 0, Counter::PaySum).data().toDouble(), 1200.0);
@@ -578,7 +585,7 @@ void TestCheckInMoney::payMethodChosen()
     QSignalSpy changed(m_counter->model(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
     QVERIFY(m_counter->pick(m_counter->at(0, Counter::PayMethod), text("Наличные")));
     QVERIFY(changed.count() > 0);
-    QCOMPARE(desk().names(), Published);
+    QCOMPARE(desk().names(), listPublished());
     JSON_CONTAINS(m_counter->published().at(0), (QJsonObject{{QStringLiteral("payMethod"), text("Наличные")}}));
     JSON_CONTAINS(m_counter->stored().at(0), (QJsonObject{{QStringLiteral("payMethod"), text("Наличные")}}));
     QCOMPARE(m_counter->shown(0, Counter::PayMethod), text("Наличные"));
@@ -618,7 +625,7 @@ void TestCheckInMoney::payment()
     m_counter->click(m_counter->at(0, Counter::PayState));
     const QList<QVariantMap> rows = m_counter->payments(1);
     QCOMPARE(rows.size(), 1);
-    const QVariantMap row = rows.first();
+    const QVariantMap &row = rows.first();
     QCOMPARE(row.value(QStringLiteral("racer_guid")).toString(), QStringLiteral("{a}"));
     QCOMPARE(row.value(QStringLiteral("client_id")).toInt(), 77);
     QCOMPARE(row.value(QStringLiteral("last_name")).toString(), QStringLiteral("{a}"));
@@ -856,7 +863,7 @@ void TestCheckInMoney::priceBlockSwitchPublishes()
     m_counter->sendCars();
     m_counter->track().removeJournal(Tickets);
     switchBlock(text("Праздник"));
-    QCOMPARE(desk().names(), PricesPublished);
+    QCOMPARE(desk().names(), pricesPublished());
     JSON_COMPARE(desk().last(QStringLiteral("local_request_answer")), object(R"({
         "priceList": [
             {"model": "Sodi", "salesItem": "Взрослый", "salesId": 4, "salesCommonId": 1, "color": "#ff8000", "price": 700},
@@ -931,7 +938,7 @@ void TestCheckInMoney::priceEditReprices()
     }
     QVERIFY(row >= 0);
     QVERIFY(prices->setData(prices->index(row, 3), 550));
-    QCOMPARE(desk().names(), PricesPublished);
+    QCOMPARE(desk().names(), pricesPublished());
     QCOMPARE(sum(0), 1100.0);
     QCOMPARE(sum(1), 1000.0);
     // A renamed item is no longer the one that was sold.
@@ -948,7 +955,7 @@ void TestCheckInMoney::priceTypesRefilled()
     desk().clear();
     QVERIFY(QMetaObject::invokeMethod(desk().tab(), "priceSettingsChanged"));
     QCOMPARE(desk().find<QComboBox *>(QStringLiteral("cbPricesNames"))->currentText(), text("Праздник"));
-    QCOMPARE(desk().names(), PricesPublished);
+    QCOMPARE(desk().names(), pricesPublished());
     QCOMPARE(sum(), 1400.0);
     // The block is gone: back to the first one.
     m_counter->track().query(QStringLiteral("UPDATE price_types SET is_deleted=1 WHERE id=1"));
@@ -957,7 +964,7 @@ void TestCheckInMoney::priceTypesRefilled()
     desk().clear();
     QVERIFY(QMetaObject::invokeMethod(desk().tab(), "priceSettingsChanged"));
     QCOMPARE(desk().find<QComboBox *>(QStringLiteral("cbPricesNames"))->currentText(), text("Основные"));
-    QCOMPARE(desk().names(), PricesPublished);
+    QCOMPARE(desk().names(), pricesPublished());
     JSON_CONTAINS(desk().last(QStringLiteral("local_request_answer")),
                   object(R"({"priceTypes": {"names": ["Основные"], "currentIndex": 0}})"));
     QCOMPARE(sum(), 1000.0);
@@ -1007,7 +1014,7 @@ void TestCheckInMoney::eventsPerEdit()
     else
         QVERIFY(m_counter->type(m_counter->at(0, key), value));
     HostProbe::settle();
-    QCOMPARE(desk().names(), publishes ? Published : QStringList());
+    QCOMPARE(desk().names(), publishes ? listPublished() : QStringList());
     if (publishes)
         QCOMPARE(desk().last(QStringLiteral("local_request_answer")).keys(),
                  QStringList{QStringLiteral("checkInList")});

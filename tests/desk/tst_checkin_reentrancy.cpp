@@ -459,7 +459,6 @@ int quitInTheMiddle(const QString &operation)
 {
     QList<QJsonObject> left;
     QList<QJsonObject> before;
-    QString journal;
     {
         Counter counter;
         seedThree(counter, operation, QString());

@@ -34,7 +34,10 @@ const QString RunB = QStringLiteral("{run-b}");
 const QString Anna = QStringLiteral("{anna}");
 const QString Boris = QStringLiteral("{boris}");
 const QString Json = QStringLiteral("application/json");
-const QColor Orange(QStringLiteral("#ff8000"));
+QColor orange()
+{
+    return QColor(QStringLiteral("#ff8000"));
+}
 
 QColor at(const QImage &picture, int x, int y)
 {
@@ -157,7 +160,7 @@ void TestRunDrag::dragCarriesTheRacer()
     QCOMPARE(watch.actions, Qt::DropActions(Qt::MoveAction));
     QCOMPARE(watch.hotSpot, QPoint(10, 30));
     QCOMPARE(watch.image.size(), QSize(64, 64));
-    QCOMPARE(at(watch.image, 3, 3), Orange);
+    QCOMPARE(at(watch.image, 3, 3), orange());
     QCOMPARE(at(watch.image, 32, 0), QColor(Qt::black));
     QCOMPARE(at(watch.image, 0, 32), QColor(Qt::black));
     QCOMPARE(at(watch.image, 63, 3), QColor(Qt::black));

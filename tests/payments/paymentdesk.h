@@ -21,8 +21,10 @@ public:
         : m_worker(std::make_unique<PaymentDbUpdater>())
     {
         PaymentDbUpdater *const worker = m_worker.get();
-        QObject::connect(&worker->thread, &QThread::started, [worker] { worker->openDatabase(); });
-        QObject::connect(&worker->thread, &QThread::finished, [worker] { worker->closeDatabase(); });
+        QObject::connect(
+            &worker->thread, &QThread::started, worker, [worker] { worker->openDatabase(); }, Qt::DirectConnection);
+        QObject::connect(
+            &worker->thread, &QThread::finished, worker, [worker] { worker->closeDatabase(); }, Qt::DirectConnection);
         QObject::connect(worker, &PaymentDbUpdater::remotePaymentsUpdated, &m_context,
                          [this](const QJsonObject &batch) { m_batches.append(batch); });
         worker->moveToThread(&worker->thread);
@@ -42,8 +44,7 @@ public:
     }
     void call(const char *slot, const QJsonObject &object)
     {
-        QVERIFY(
-            QMetaObject::invokeMethod(m_worker.get(), slot, Qt::AutoConnection, Q_ARG(const QJsonObject &, object)));
+        QVERIFY(QMetaObject::invokeMethod(m_worker.get(), slot, Qt::AutoConnection, Q_ARG(QJsonObject, object)));
     }
 
     /// Waits until the worker has done all that was asked of it, and takes in its batches.

@@ -110,7 +110,7 @@ class Pulse
 public:
     Pulse()
     {
-        QObject::connect(&m_timer, &QTimer::timeout, [this] { beat(); });
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { beat(); });
         m_clock.start();
         m_timer.start(50);
     }
@@ -209,7 +209,7 @@ private Q_SLOTS:
         QVERIFY(process.start());
         QVERIFY(process.waitForLine("writing"));
         const QSqlDatabase own = track.db();
-        for (const int number : upTo(Each)) {
+        for (int number = 1; number <= Each; ++number) {
             desk.pay(payment(number));
             QVERIFY(SqlWrite::begin(own));
             track.query(QStringLiteral("INSERT INTO payments (racer_guid) VALUES ('{own}')"));
@@ -228,7 +228,7 @@ private Q_SLOTS:
         const TempTrack track(TempTrack::Tree);
         writeText(track.databaseFile());
         PaymentDesk desk;
-        for (const int number : upTo(3))
+        for (int number = 1; number <= 3; ++number)
             desk.pay(payment(number));
         Pulse pulse;
         QTest::qWait(500);
@@ -245,7 +245,7 @@ private Q_SLOTS:
     {
         const TempTrack track(TempTrack::Bare);
         PaymentDesk desk;
-        for (const int number : upTo(3))
+        for (int number = 1; number <= 3; ++number)
             desk.pay(payment(number));
         QTest::qWait(500);
         QVERIFY(QDir(track.documents()).isEmpty());
@@ -367,7 +367,7 @@ private Q_SLOTS:
     {
         const TempTrack track;
         PaymentDesk desk;
-        for (const int number : upTo(200))
+        for (int number = 1; number <= 200; ++number)
             desk.pay(payment(number));
         desk.close();
         QCOMPARE(storedPayments(track), upTo(200));
@@ -380,7 +380,7 @@ private Q_SLOTS:
         for (int round = 0; round < 10; ++round) {
             track.query(QStringLiteral("DELETE FROM payments"));
             PaymentDesk desk(false);
-            for (const int number : upTo(20))
+            for (int number = 1; number <= 20; ++number)
                 desk.pay(payment(number));
             desk.start();
             desk.close();
@@ -395,7 +395,7 @@ private Q_SLOTS:
         QVERIFY(holder.start());
         QVERIFY(holder.waitForLine("held"));
         PaymentDesk desk;
-        for (const int number : upTo(50))
+        for (int number = 1; number <= 50; ++number)
             desk.pay(payment(number));
         QElapsedTimer clock;
         clock.start();
@@ -419,7 +419,7 @@ private Q_SLOTS:
         if (tree)
             writeText(track.databaseFile());
         PaymentDesk desk;
-        for (const int number : upTo(200))
+        for (int number = 1; number <= 200; ++number)
             desk.pay(payment(number));
         QTest::qWait(250);
         QElapsedTimer clock;
@@ -433,7 +433,7 @@ private Q_SLOTS:
     {
         const TempTrack track;
         PaymentDesk desk;
-        for (const int number : upTo(20))
+        for (int number = 1; number <= 20; ++number)
             desk.pay(payment(number));
         desk.worker().thread.quit();
         QVERIFY(desk.worker().thread.wait(30000));

@@ -216,7 +216,7 @@ private Q_SLOTS:
 
     void keepsTheOrder()
     {
-        for (const int number : upTo(60))
+        for (int number = 1; number <= 60; ++number)
             m_desk->pay(payment(number));
         m_desk->drain();
         QCOMPARE(storedPayments(*m_track), upTo(60));
@@ -293,14 +293,14 @@ private Q_SLOTS:
 
     void thirtyThreeGoInTwoBatches()
     {
-        for (const int number : upTo(33))
+        for (int number = 1; number <= 33; ++number)
             m_desk->pay(payment(number));
         m_desk->setApiKey(QStringLiteral("key"));
         m_desk->drain();
         QList<QJsonObject> batches = m_desk->takeBatches();
         QCOMPARE(batches.size(), 1);
         QJsonArray firstIds;
-        for (const int id : upTo(32))
+        for (int id = 1; id <= 32; ++id)
             firstIds.append(id);
         QCOMPARE(idsOf(batches.first()), firstIds);
 
@@ -319,7 +319,7 @@ private Q_SLOTS:
 
     void whatTheServiceDidNotTakeGoesAgain()
     {
-        for (const int number : upTo(3))
+        for (int number = 1; number <= 3; ++number)
             m_desk->pay(payment(number));
         m_desk->setApiKey(QStringLiteral("key"));
         m_desk->answer(QJsonArray{2});
@@ -351,7 +351,7 @@ private Q_SLOTS:
 
     void theSameAnswerTwicePushesTheNextBatch()
     {
-        for (const int number : upTo(2))
+        for (int number = 1; number <= 2; ++number)
             m_desk->pay(payment(number));
         m_desk->answer(QJsonArray{1});
         m_desk->drain();
@@ -500,7 +500,7 @@ private Q_SLOTS:
         m_track->query(QStringLiteral("CREATE TABLE log (n INTEGER)"));
         m_track->query(QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON payments WHEN new.sum=2 BEGIN "
                                       "INSERT INTO log VALUES (1); SELECT RAISE(FAIL,'refused'); END"));
-        for (const int number : upTo(3))
+        for (int number = 1; number <= 3; ++number)
             m_desk->pay(payment(number));
         m_desk->drain();
         QCOMPARE(storedPayments(*m_track), (QList<int>{1, 3}));
@@ -584,7 +584,7 @@ private Q_SLOTS:
     void aThousandAnswersAtOnce()
     {
         QJsonArray ids;
-        for (const int id : upTo(1000))
+        for (int id = 1; id <= 1000; ++id)
             ids.append(id);
         m_desk->pay(payment(1));
         m_desk->answer(ids);

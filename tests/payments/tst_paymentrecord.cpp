@@ -247,7 +247,7 @@ private Q_SLOTS:
         };
         QVERIFY(!item(QVariant(QVariant::String)).contains(QLatin1String("comment")));
         QVERIFY(!item(QString()).contains(QLatin1String("comment")));
-        QVERIFY(!item(QStringLiteral("")).contains(QLatin1String("comment")));
+        QVERIFY(!item(QLatin1String("")).contains(QLatin1String("comment")));
         QCOMPARE(item(QStringLiteral(" ")).value(QLatin1String("comment")).toString(), QStringLiteral(" "));
     }
 
