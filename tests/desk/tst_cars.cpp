@@ -52,7 +52,6 @@ private Q_SLOTS:
 
 namespace {
 
-using JsonMatch::array;
 using JsonMatch::object;
 
 const QString FreeCar = text("Освободить");

@@ -67,7 +67,6 @@ private Q_SLOTS:
 
 namespace {
 
-using JsonMatch::array;
 using JsonMatch::object;
 
 const QString RunA = QStringLiteral("{run-a}");
@@ -77,7 +76,11 @@ const QString Boris = QStringLiteral("{boris}");
 const QString Json = QStringLiteral("application/json");
 const QString Rows = QStringLiteral("application/x-qabstractitemmodeldatalist");
 const QString ParamsTitle = text("Параметры заезда");
-const QColor Orange(QStringLiteral("#ff8000"));
+
+QColor orange()
+{
+    return QColor(QStringLiteral("#ff8000"));
+}
 
 // So many racers, each of a colour and without a name, so that the cells show no text but the model's.
 QVector<QJsonObject> racers(int count)
@@ -247,9 +250,9 @@ void TestRunView::sizeOfARow()
         const QRect cell(116 + 84 * (i % columns), 4 + 68 * (i / columns), 80, 64);
         if (cell.right() >= width)
             continue;
-        QVERIFY(isPlain(picture, cell.adjusted(1, 20, -1, -20), Orange));
-        QVERIFY(at(picture, cell.left() - 2, cell.center().y()) != Orange);
-        QVERIFY(at(picture, cell.center().x(), cell.bottom() + 3) != Orange);
+        QVERIFY(isPlain(picture, cell.adjusted(1, 20, -1, -20), orange()));
+        QVERIFY(at(picture, cell.left() - 2, cell.center().y()) != orange());
+        QVERIFY(at(picture, cell.center().x(), cell.bottom() + 3) != orange());
     }
 }
 
@@ -364,7 +367,7 @@ void TestRunView::finishedRunIsCheckered()
             QCOMPARE(at(picture, x, y), QColor(gray ? Qt::gray : Qt::white));
         }
     }
-    QCOMPARE(at(picture, 118, 36), Orange);
+    QCOMPARE(at(picture, 118, 36), orange());
     QVERIFY(isPlain(picture, QRect(100, 58, 11, 9), Qt::white));
 }
 
@@ -378,7 +381,7 @@ void TestRunView::cells()
     office.seedQueue({{RunA, seats}});
     QVERIFY(office.open());
     const QImage picture = TrackOffice::picture(office.run(0));
-    const QList<QColor> colors{Orange, QColor(0, 255, 0), Qt::white, Qt::blue};
+    const QList<QColor> colors{orange(), QColor(0, 255, 0), Qt::white, Qt::blue};
     for (int i = 0; i < colors.size(); ++i) {
         const QRect cell = TrackOffice::cell(office.run(0), i);
         QVERIFY2(isPlain(picture, cell.adjusted(1, 1, -1, -1), colors.at(i)), qPrintable(QString::number(i)));
@@ -408,7 +411,7 @@ void TestRunView::cellTexts()
     QVERIFY(3 * line < 64);
     const auto written = [&](int index, int top, int height) {
         const QRect cell = TrackOffice::cell(run, index);
-        return !isPlain(picture, QRect(cell.left() + 1, top + cell.top(), 79, height), Orange);
+        return !isPlain(picture, QRect(cell.left() + 1, top + cell.top(), 79, height), orange());
     };
     // Name, middle, model, number of each cell.
     const QVector<QVector<bool>> expected{{false, false, false, false},
@@ -427,7 +430,7 @@ void TestRunView::cellTexts()
         int right = cell.left();
         for (int y = cell.top() + 1; y < cell.bottom(); ++y) {
             for (int x = cell.left() + 1; x < cell.right(); ++x) {
-                if (at(picture, x, y) == Orange)
+                if (at(picture, x, y) == orange())
                     continue;
                 left = qMin(left, x);
                 right = qMax(right, x);
@@ -445,7 +448,7 @@ void TestRunView::racerWithoutACar()
     QVERIFY(office.open());
     // No resource brings the sign: the corner stays empty.
     const QRect cell = TrackOffice::cell(office.run(0), 0);
-    QVERIFY(isPlain(TrackOffice::picture(office.run(0)), cell.adjusted(1, 1, -1, -1), Orange));
+    QVERIFY(isPlain(TrackOffice::picture(office.run(0)), cell.adjusted(1, 1, -1, -1), orange()));
 }
 
 void TestRunView::titleBlock_data()
@@ -562,7 +565,7 @@ void TestRunView::pressSelects()
     QCOMPARE(at(after, cell.left(), cell.center().y()), QColor(Qt::black));
     QCOMPARE(at(after, cell.center().x(), cell.top() - 1), QColor(Qt::black));
     QCOMPARE(at(after, cell.center().x(), cell.bottom()), QColor(Qt::black));
-    QCOMPARE(at(after, cell.center().x() + 20, cell.center().y()), Orange);
+    QCOMPARE(at(after, cell.center().x() + 20, cell.center().y()), orange());
     const QRect neighbour = TrackOffice::cell(run, 0);
     QCOMPARE(at(after, neighbour.left() - 1, 30), background(run));
     // Another cell takes it over; a press beside all cells ends it.
