@@ -2,18 +2,22 @@
 
 #include "plugin/hostevents.h"
 #include "plugin/parentguard.h"
+#include "remote/seatportprotocol.h"
 
 #include <QCoreApplication>
 #include <QMetaType>
 #include <QPointer>
 #include <QTcpSocket>
 #include <QTextCodec>
+#include <QThread>
 #include <QTime>
 #include <QVector>
 
 namespace {
 
-constexpr quint16 SeatPort = 9183;
+constexpr quint16 SeatPortNumber = 9183;
+/// Milliseconds.
+constexpr unsigned long SeatPortPause = 50;
 constexpr int ArchiveHours = 24;
 constexpr int SocketCloseTimeout = 3000;
 constexpr int ModuleVersion = 122;
@@ -76,6 +80,7 @@ const LapvaneTicketPlugin::EventHandler LapvaneTicketPlugin::handlers[] = {
     {HostEvents::ClientAccountData, &LapvaneTicketPlugin::takeClientAccount},
     {HostEvents::ApiKeyUpdated, &LapvaneTicketPlugin::takeApiKey},
     {HostEvents::PaymentsUpdateData, &LapvaneTicketPlugin::takePaymentsUpdate},
+    {HostEvents::TransponderHit, &LapvaneTicketPlugin::takeTransponderHits},
 };
 
 LapvaneTicketPlugin::LapvaneTicketPlugin()
@@ -145,7 +150,7 @@ LapvaneTicketPlugin::LapvaneTicketPlugin()
 
     connect(&localServer, &QTcpServer::newConnection, this, &LapvaneTicketPlugin::newLocalConnection);
     // A busy port leaves the seat port silent and the desk working.
-    localServer.listen(QHostAddress::AnyIPv4, SeatPort);
+    localServer.listen(QHostAddress::AnyIPv4, SeatPortNumber);
 
     livingPlugin() = this;
     qAddPostRoutine(endWithApplication);
@@ -259,6 +264,7 @@ void LapvaneTicketPlugin::takeCars(const QJsonObject &json)
 {
     form.onCarsChanged(json);
     form.publishPrices();
+    form.updateTransponderTable();
 }
 
 void LapvaneTicketPlugin::takeTrackId(const QJsonObject &json)
@@ -330,8 +336,10 @@ void LapvaneTicketPlugin::takeNextRunInfo(const QJsonObject &json)
 void LapvaneTicketPlugin::answerLocalRequest(const QJsonObject &request)
 {
     writeSysLog(QStringLiteral("local_request"), request);
+    const QPointer<LapvaneTicketPlugin> self(this);
     const QJsonObject answer = form.handleLocalRequest(request);
-    if (!answer.isEmpty())
+    // A ticket without a printer opens a box, and the host may end the desk before somebody closes it.
+    if (self && !answer.isEmpty())
         send(HostEvents::LocalRequestAnswer, answer);
 }
 
@@ -382,6 +390,11 @@ void LapvaneTicketPlugin::takePaymentsUpdate(const QJsonObject &json)
     form.updatePaymentsData(json);
 }
 
+void LapvaneTicketPlugin::takeTransponderHits(const QJsonObject &json)
+{
+    form.onTransponderHit(json);
+}
+
 void LapvaneTicketPlugin::newLocalConnection()
 {
     while (localServer.hasPendingConnections()) {
@@ -399,7 +412,27 @@ void LapvaneTicketPlugin::newLocalConnection()
 
 void LapvaneTicketPlugin::localDataReceived()
 {
-    // The seat port knows no command yet: what comes in is read away and left unanswered.
-    if (auto *socket = qobject_cast<QTcpSocket *>(sender()))
-        socket->readAll();
+    const QPointer<QTcpSocket> socket(qobject_cast<QTcpSocket *>(sender()));
+    if (!socket)
+        return;
+    const SeatPort::Command command = SeatPort::parsed(socket->readAll());
+    QString answer;
+    switch (command.kind) {
+    case SeatPort::Command::Kind::None:
+        return;
+    case SeatPort::Command::Kind::FindTicket:
+        answer = form.seatByPin(command.pin);
+        break;
+    case SeatPort::Command::Kind::SetSeat:
+        answer = form.seatFromPort(command.seat);
+        break;
+    }
+    // The host hears of the seat before the client does; the client may be gone by then.
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    // Clients are slow to turn from sending to listening.
+    QThread::msleep(SeatPortPause);
+    socket->write(localCodec->fromUnicode(answer));
+    // At once: a client that has said its last word still listens, but the socket forgets what waits when it notices.
+    socket->flush();
 }

@@ -73,6 +73,7 @@ private:
     void takeClientAccount(const QJsonObject &json);
     void takeApiKey(const QJsonObject &json);
     void takePaymentsUpdate(const QJsonObject &json);
+    void takeTransponderHits(const QJsonObject &json);
 
     QTextCodec *localCodec;
     QTcpServer localServer;

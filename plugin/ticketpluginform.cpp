@@ -3,6 +3,7 @@
 #include "common/clock.h"
 #include "common/deskpaths.h"
 #include "plugin/hostevents.h"
+#include "registration/addracerfromdbdialog.h"
 #include "runqueue/runcontainerwidget.h"
 #include "ui_ticketpluginform.h"
 #include "vaneplugininterface.h"
@@ -86,6 +87,12 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     runsMenu.addActions({ui->actionPrintTicket, ui->actionRemoveRun, ui->actionRenumberRuns});
     connect(ui->tvCheckIn, &QEditableTreeView::itemsDroppedOut, this, &TicketPluginForm::itemsDroppedToRun);
 
+    // From the event loop. A queued connection would leave the type of the error with Qt for good, and with it pointers
+    // into this library, which the host may unload and load again elsewhere.
+    connect(&scannerPort, &QSerialPort::errorOccurred, this, [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { dropLostScanner(); }, Qt::QueuedConnection);
+    });
     loadSettings();
     loadJournals();
     ui->tvCheckIn->expandAll();
@@ -99,6 +106,7 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
             &TicketPluginForm::lwRunsSelectionChanged);
     connect(ui->lwRunsHistory->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &TicketPluginForm::lwRunsSelectionChanged);
+    ui->pitlaneWidget->setModel(&pitLaneCars);
 
     connect(&queueTimer, &QTimer::timeout, this, [this] {
         recalcQueue(QString());
@@ -113,11 +121,7 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     ui->pitlaneContainer->hide();
 
     // A host that goes down first sees the desk's questions answered with no, then destroys the desk.
-    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
-        const QList<QDialog *> dialogs = findChildren<QDialog *>();
-        for (QDialog *dialog : dialogs)
-            dialog->reject();
-    });
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &TicketPluginForm::rejectDialogs);
 }
 
 TicketPluginForm::~TicketPluginForm()
@@ -128,11 +132,31 @@ TicketPluginForm::~TicketPluginForm()
     queueTimer.stop();
     validateTimer.stop();
     saveJournals(true);
+    endSafetyJobs();
+    releaseDialogs();
     ui->lwRunsHistory->clear();
     ui->lwRunsList->clear();
     // The view outlives the model by a moment; nothing of it may look there any more.
     ui->tvCheckIn->setModel(nullptr);
     delete ui;
+}
+
+QList<QDialog *> TicketPluginForm::rejectDialogs()
+{
+    const QList<QDialog *> dialogs = findChildren<QDialog *>();
+    for (QDialog *dialog : dialogs)
+        dialog->reject();
+    return dialogs;
+}
+
+void TicketPluginForm::releaseDialogs()
+{
+    // They stand on the stack of whoever opened them: the form must not take them along. The search is no such one.
+    const QList<QDialog *> dialogs = rejectDialogs();
+    for (QDialog *dialog : dialogs) {
+        if (dialog != searchDialog)
+            dialog->setParent(nullptr);
+    }
 }
 
 void TicketPluginForm::setPlugin(VanePluginInterface *link)
@@ -340,19 +364,4 @@ void TicketPluginForm::updateApiKey(const QJsonObject &json)
 void TicketPluginForm::updatePaymentsData(const QJsonObject &json)
 {
     QMetaObject::invokeMethod(&payments, "updatePaymentsData", Qt::QueuedConnection, Q_ARG(QJsonObject, json));
-}
-
-QJsonObject TicketPluginForm::handleLocalRequest(const QJsonObject &request)
-{
-    QJsonObject answer;
-    const QJsonValue link = request.value(QLatin1String("linkGuid"));
-    if (!link.isUndefined())
-        answer.insert(QLatin1String("linkGuid"), link);
-    return answer;
-}
-
-QJsonObject TicketPluginForm::handleRemoteRequest(const QJsonObject &request)
-{
-    Q_UNUSED(request)
-    return QJsonObject();
 }

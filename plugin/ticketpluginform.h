@@ -2,6 +2,7 @@
 #define TICKETPLUGINFORM_H
 
 #include "payments/paymentdbupdater.h"
+#include "pitlane/pitlanecarsmodel.h"
 #include "prices/pricesmodel.h"
 #include "registration/clientscheckindelegate.h"
 #include "registration/clientscheckinlist.h"
@@ -26,10 +27,13 @@
 #include <QTimer>
 #include <QWidget>
 
+class AddRacerFromDbDialog;
 class QAction;
+class QDialog;
 class QListWidget;
 class QListWidgetItem;
 class QNetworkReply;
+class PrintPreprocessor;
 class RunContainerWidget;
 class VanePluginInterface;
 struct KidRecord;
@@ -67,6 +71,9 @@ public:
     PricesModel *pricesModel();
 
     void onCarsChanged(const QJsonObject &json);
+    /// Tells the pit lane which car carries which transponder, by the cars of the host and the present prices.
+    void updateTransponderTable();
+    void onTransponderHit(const QJsonObject &json);
     void onTrackIdUpdated(const QJsonObject &json);
     void onOnlineServiceStatus(const QJsonObject &json);
     void onRaceMode(const QJsonObject &json);
@@ -124,6 +131,18 @@ public:
     void closeRunByGuid(const QJsonObject &request);
     void pauseRunByGuid(const QJsonObject &request);
     void updateRunDuration(const QJsonObject &request);
+    /// Takes a racer out of runs, the named one first, and records the money given back. `count` tickets, `sum` positive;
+    /// `record` is the seat's record.
+    void refundTicket(const QString &runGuid, const QString &uuid, double sum, int count, const QString &comment,
+                      const QJsonObject &record);
+    /// Hands the ticket of a seated racer to the host as a template job.
+    void printRunTicket(const QJsonObject &competitor, const QString &runName);
+    /// Asks the online service for a client; the check-in line comes with the reply.
+    void requestClientCheckIn(qint32 clientId);
+    /// Looks a PIN up for the seat port, seats its holder if need be, and returns the answer's text.
+    QString seatByPin(const QString &pin);
+    /// Seats a racer with the car chosen in a seat command of the seat port, and returns the answer's text.
+    QString seatFromPort(const QJsonObject &seat);
     /// The run with this identity, or null.
     RunContainerWidget *findRun(const QString &guid) const;
     /// As findRun(), but "current" names the head of the queue.
@@ -183,6 +202,71 @@ public Q_SLOTS:
     void on_pbRemoveFromPitLane_clicked();
 
 private:
+    struct LocalRequest;
+    struct LocalRequestHandler
+    {
+        const char *name;
+        void (TicketPluginForm::*work)(LocalRequest &request);
+    };
+    static const LocalRequestHandler localRequestHandlers[];
+    struct RemoteRequestHandler
+    {
+        const char *name;
+        QJsonObject (TicketPluginForm::*work)(const QJsonObject &request);
+    };
+    static const RemoteRequestHandler remoteRequestHandlers[];
+
+    // Requests of client programs.
+    void loginCashier(LocalRequest &request);
+    void findRacerByNumber(LocalRequest &request);
+    void tellRunQueue(LocalRequest &request);
+    void tellCashData(LocalRequest &request);
+    void removeCheckInItems(LocalRequest &request);
+    void moveRacer(LocalRequest &request);
+    void setNewDiscount(LocalRequest &request);
+    void setNewRunCount(LocalRequest &request);
+    void setNewCarModel(LocalRequest &request);
+    void setNewPayMethod(LocalRequest &request);
+    void printSafetyForms(LocalRequest &request);
+    void printTickets(LocalRequest &request);
+    void printSeatTicket(LocalRequest &request);
+    void payAndSeat(LocalRequest &request);
+    void moveRun(LocalRequest &request);
+    void addNewCheckIn(LocalRequest &request);
+    void updateClientData(LocalRequest &request);
+    void lockRun(LocalRequest &request);
+    void deleteRun(LocalRequest &request);
+    void printRun(LocalRequest &request);
+    void setPriceType(LocalRequest &request);
+    void addNewRuns(LocalRequest &request);
+    void removeRacer(LocalRequest &request);
+    void refundTickets(LocalRequest &request);
+    void tellAvailableCars(LocalRequest &request);
+    void selectCar(LocalRequest &request);
+    void controlRun(LocalRequest &request);
+    static QJsonObject loginData(const OperatorRecord &cashier);
+    QJsonObject loginByCode(const QString &code);
+    qint32 cashierOf(const LocalRequest &request) const;
+    QModelIndex requestedLine(const QString &uuid) const;
+
+    // Requests of remote devices.
+    QJsonObject checkTicket(const QJsonObject &request);
+    QJsonObject setRacer(const QJsonObject &request);
+    QJsonObject takeNotice(const QJsonObject &request);
+    QJsonObject addRegistration(const QJsonObject &request);
+    QJsonObject greetRunControl(const QJsonObject &request);
+    QJsonObject updateRunParams(const QJsonObject &request);
+    QJsonObject startRunFromAfar(const QJsonObject &request);
+    QJsonObject finishRunFromAfar(const QJsonObject &request);
+    QJsonObject pauseRunFromAfar(const QJsonObject &request);
+    QJsonObject closeRunFromAfar(const QJsonObject &request);
+    QJsonObject updateDurationFromAfar(const QJsonObject &request);
+    bool seatTicketHolder(const QJsonObject &request, QPersistentModelIndex *line);
+    QJsonObject seatAtTheEnd(const QPersistentModelIndex &line, const QJsonObject &request);
+
+    /// Keeps a client's record until the racer is in the list; the oldest of too many go.
+    void rememberClient(const QJsonObject &client);
+
     /// Sends an event if there is a host. What follows the call must expect a changed world.
     void sendToHost(const char *event, const QJsonObject &json);
     void openDatabase();
@@ -205,13 +289,23 @@ private:
     qint64 endOfQueue() const;
     void freePinCodes(const RunContainerWidget &run);
     QListWidgetItem *moveRunWidget(int source, int row);
+    RunContainerWidget *runWithSeat(const QString &preferredGuid, const QString &uuid) const;
     QJsonArray recordsToSeat(const QList<QPersistentModelIndex> &lines) const;
     bool moveSeat(RunContainerWidget *source, int index, RunContainerWidget *target, RunCompetitor **competitor,
                   RunContainerWidget **run);
     void fillCarMenu(const RunContainerWidget &run);
     QStringList seatPinCodes() const;
+    void drawTickets(const QJsonObject &registration);
+    void warnNoReceiptPrinter();
+    void endSafetyJobs();
+    /// Answers every open dialog with no, and returns them all.
+    QList<QDialog *> rejectDialogs();
+    void releaseDialogs();
     void addRacerByHand();
     void editRacer(const QModelIndex &index);
+    void searchClient(const QJsonObject &code);
+    void takeScan(const QString &text);
+    void dropLostScanner();
     void removeSelectedRacers();
     void loadJournals();
     void saveJournals(bool full);
@@ -227,6 +321,8 @@ private:
     QString serviceAppUrl;
     QString serviceUrlSuffix;
     QMap<qint32, QJsonObject> clientCache;
+    /// Keys of `clientCache` in the order in which the records came.
+    QList<qint32> clientCacheOrder;
     QSqlDatabase db;
     QMap<QString, OperatorRecord> operators;
     bool raceMode = false;
@@ -239,10 +335,13 @@ private:
     ClientsCheckInDelegate checkInDelegate;
     PricesModel prices;
     RegHistoryModel regHistory;
+    PitLaneCarsModel pitLaneCars;
     QJsonObject runsArchive;
     QMenu runsMenu;
     QTimer validateTimer;
     QDateTime lastValidateTime;
+    /// The search of clients while it is open.
+    QPointer<AddRacerFromDbDialog> searchDialog;
     QString apiKey;
     QJsonArray cars;
     QMenu carMenu;
@@ -261,6 +360,9 @@ private:
     QString currentTab;
     Ui::TicketPluginForm *ui;
     bool warnMissingNfc = false;
+    QList<QPointer<PrintPreprocessor>> safetyJobs;
+    /// The box about the missing receipt printer is open.
+    bool warnsOfPrinter = false;
     /// No report of a run has come since the library was loaded.
     bool awaitsFirstRunInfo = true;
     /// The journals are being read: nothing is planned, published or written before the end.

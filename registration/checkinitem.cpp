@@ -5,6 +5,26 @@
 #include <QJsonArray>
 #include <QVariant>
 
+#include <cstring>
+#include <tuple>
+
+bool CheckInFacts::operator==(const CheckInFacts &other) const
+{
+    const auto facts = [](const CheckInFacts &of) {
+        return std::tie(of.firstName, of.lastName, of.midName, of.salesItem, of.salesId, of.carModel, of.carNum,
+                        of.carId, of.runCount, of.discountValue, of.color, of.pinCodes, of.payMethod, of.payState,
+                        of.uuid, of.regTime, of.clientId, of.nfcUid, of.comment, of.validSafetyAgreement);
+    };
+    // A sum that is no number is the same as itself here, or its line would never come to rest.
+    const auto bitsOf = [](double sum) {
+        quint64 bits = 0;
+        std::memcpy(&bits, &sum, sizeof(bits));
+        return bits;
+    };
+    return bitsOf(paySum) == bitsOf(other.paySum) && bitsOf(price) == bitsOf(other.price)
+           && facts(*this) == facts(other);
+}
+
 CheckInItem &CheckInItem::base()
 {
     return parent ? *parent : *this;

@@ -1,6 +1,7 @@
 #ifndef CHECKINITEM_H
 #define CHECKINITEM_H
 
+#include <QByteArray>
 #include <QColor>
 #include <QHash>
 #include <QJsonObject>
@@ -10,9 +11,8 @@
 #include <memory>
 #include <vector>
 
-/// One line of the check-in list: a racer at the top level, or a minor that a racer brought. Owned by its parent's
-/// `subItems`, or by the list.
-struct CheckInItem
+/// What the record of a line tells, apart from the family and the price book.
+struct CheckInFacts
 {
     QString firstName;
     QString lastName;
@@ -37,6 +37,43 @@ struct CheckInItem
     /// One entry for each run, all equal.
     QStringList pinCodes;
     QString payMethod;
+    bool payState = false;
+    /// Identity, with braces.
+    QString uuid;
+    /// Seconds since the epoch, UTC, at which a line nobody attends to began to age; 0 means that it never expires.
+    quint64 regTime = 0;
+    /// Client at the online service; -1 for none.
+    qint32 clientId = -1;
+    QString nfcUid;
+    QString comment;
+    bool validSafetyAgreement = false;
+
+    /// True if all of it is the same, to the last bit of the sums.
+    bool operator==(const CheckInFacts &other) const;
+};
+
+/// One line of the check-in list: a racer at the top level, or a minor that a racer brought. Owned by its parent's
+/// `subItems`, or by the list.
+struct CheckInItem : CheckInFacts
+{
+    /// What the list has built of a line, and of what. Good as long as that is still the same.
+    struct Built
+    {
+        /// Higher than that of anything built before; 0 if nothing is built yet.
+        quint64 revision = 0;
+        CheckInFacts facts{};
+        QStringList parent{};
+        qint32 salesCommonId = -1;
+        int priceType = -1;
+        QJsonObject record{};
+
+        /// Of a racer with the minors: the highest revision among them, and their number.
+        quint64 familyRevision = 0;
+        size_t familySize = 0;
+        QJsonObject published{};
+        QByteArray journalLine{};
+    };
+
     std::vector<std::unique_ptr<CheckInItem>> subItems;
     /// Position under the parent, as of the last look at it.
     mutable qint32 row = -1;
@@ -44,22 +81,13 @@ struct CheckInItem
     CheckInItem *parent = nullptr;
     /// Press state of the drawn buttons, by column key.
     QHash<QString, int> buttonStates;
-    bool payState = false;
-    /// Identity, with braces.
-    QString uuid;
     /// Already seated in a run.
     bool enqueued = false;
-    /// Seconds since the epoch, UTC, at which a line nobody attends to began to age; 0 means that it never expires.
-    quint64 regTime = 0;
-    /// Client at the online service; -1 for none.
-    qint32 clientId = -1;
     QString parentUuid;
     QString parentFirstName;
     QString parentLastName;
     QString parentMidName;
-    QString nfcUid;
-    QString comment;
-    bool validSafetyAgreement = false;
+    mutable Built built;
 
     /// The racer of the family: the parent, or the line itself.
     CheckInItem &base();

@@ -85,6 +85,8 @@ QString CheckInRules::drawPin(const QSet<QString> &used, int digits, const std::
 
 bool CheckInRules::pinPoolFull(const QSet<QString> &used, int digits)
 {
+    if (static_cast<quint64>(used.size()) < poolSize(digits))
+        return false;
     const auto isCode = [digits](const QString &pin) {
         return pin.size() == digits && std::all_of(pin.cbegin(), pin.cend(), [](QChar character) {
                    return character >= QLatin1Char('0') && character <= QLatin1Char('9');

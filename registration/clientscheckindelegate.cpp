@@ -39,13 +39,31 @@ QFont fittingFont(QFont font, const QString &text, int width)
     return font;
 }
 
-/// The current block's item with this id, or null.
-const PriceItem *itemById(const QList<PriceItem> &items, int id)
+/// The sales that a cashier chooses from. It keeps the price items that it was opened with: settings that are accepted
+/// meanwhile must not sell him anything but what he sees. Without a meta-object of its own it is laid out like any combo.
+class SalesCombo : public QComboBox
 {
-    const auto found =
-        std::find_if(items.cbegin(), items.cend(), [id](const PriceItem &item) { return item.id == id; });
-    return found == items.cend() ? nullptr : &*found;
-}
+public:
+    using QComboBox::QComboBox;
+
+    void addSale(const PriceItem &item)
+    {
+        addItem(item.salesItem, item.id);
+        items.append(item);
+    }
+
+    /// The price item of a row, or null for a row without one.
+    const PriceItem *sale(int row) const
+    {
+        const int id = itemData(row).toInt();
+        const auto found =
+            std::find_if(items.cbegin(), items.cend(), [id](const PriceItem &item) { return item.id == id; });
+        return row < 1 || found == items.cend() ? nullptr : &*found;
+    }
+
+private:
+    QList<PriceItem> items;
+};
 
 } // namespace
 
@@ -223,30 +241,28 @@ void ClientsCheckInDelegate::closeCombo(QComboBox *combo)
 
 QWidget *ClientsCheckInDelegate::createSalesEditor(QWidget *parent, const QModelIndex &index) const
 {
-    auto combo = std::make_unique<QComboBox>(parent);
+    auto combo = std::make_unique<SalesCombo>(parent);
     combo->addItem(QStringLiteral("--"), NoSale);
     if (prices) {
         const QList<PriceItem> items = prices->currentPriceItems();
         for (const PriceItem &item : items) {
             const bool carMissing = !item.model.isEmpty() && model->availableCars(item.model) < 1;
             if (item.sum > 0.0 && !item.salesItem.isEmpty() && !carMissing)
-                combo->addItem(item.salesItem, item.id);
+                combo->addSale(item);
         }
     }
     combo->setCurrentIndex(
         qMax(0, combo->findText(model->itemAt(index)->salesItem, Qt::MatchFixedString | Qt::MatchCaseSensitive)));
-    QComboBox *editor = combo.get();
+    SalesCombo *editor = combo.get();
     connect(editor, QOverload<int>::of(&QComboBox::activated), this,
             [this, editor, cell = QPersistentModelIndex(index)](int row) {
                 const QPointer<QComboBox> guard(editor);
                 CheckInItem *item = model ? model->itemAt(cell) : nullptr;
-                if (item && prices) {
-                    const QList<PriceItem> items = prices->currentPriceItems();
-                    if (const PriceItem *price = itemById(items, editor->itemData(row).toInt())) {
-                        item->salesItem = price->salesItem;
-                        item->salesId = price->id;
-                        model->applyPrice(*item, *price);
-                    }
+                const PriceItem *price = prices ? editor->sale(row) : nullptr;
+                if (item && price) {
+                    item->salesItem = price->salesItem;
+                    item->salesId = price->id;
+                    model->applyPrice(*item, *price);
                 }
                 if (guard)
                     closeCombo(editor);
@@ -306,13 +322,9 @@ void ClientsCheckInDelegate::setModelData(QWidget *editor, QAbstractItemModel *t
     const QPointer<QWidget> guard(editor);
     const QString key = index.data(Qt::UserRole).toString();
     if (key == QLatin1String("SALES_ITEM")) {
-        PriceItem sale;
-        if (prices && combo->currentIndex() > 0) {
-            const QList<PriceItem> items = prices->currentPriceItems();
-            if (const PriceItem *price = itemById(items, combo->currentData().toInt()))
-                sale = *price;
-        }
-        model->setSalesItem(sale, cell);
+        const auto *sales = dynamic_cast<const SalesCombo *>(combo);
+        const PriceItem *price = prices && sales ? sales->sale(sales->currentIndex()) : nullptr;
+        model->setSalesItem(price ? *price : PriceItem(), cell);
         model->publish();
         return;
     }
@@ -321,9 +333,8 @@ void ClientsCheckInDelegate::setModelData(QWidget *editor, QAbstractItemModel *t
         model->setDiscount(text.isEmpty() ? QString() : text, cell);
         model->publish();
     } else if (key == QLatin1String("PAYMETHOD")) {
-        const int row = combo->currentIndex();
-        if (prices && row >= 0 && row < prices->payMethods.size())
-            model->setPayMethod(prices->payMethods.at(row), cell);
+        if (combo->currentIndex() != -1)
+            model->setPayMethod(combo->currentText(), cell);
         model->publish();
     }
     if (cell.isValid() && guard)

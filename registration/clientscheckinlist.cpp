@@ -222,6 +222,8 @@ QModelIndex ClientsCheckInList::addRacer(const QString &firstName, const QString
     auto owned = std::make_unique<CheckInItem>();
     CheckInItem &racer = *owned;
     const QScopedValueRollback<const CheckInItem *> atTheDoor(newcomer, &racer);
+    PinDraw pins;
+    const QScopedValueRollback<PinDraw *> oneDraw(familyPins, &pins);
     racer.firstName = CheckInRules::normalisedName(firstName);
     racer.lastName = CheckInRules::normalisedName(lastName);
     racer.midName = CheckInRules::normalisedName(midName);
@@ -276,36 +278,78 @@ QModelIndex ClientsCheckInList::addFromJson(const QJsonObject &json)
 
 QJsonObject ClientsCheckInList::toJson(const CheckInItem &item) const
 {
-    QJsonObject json = item.toJson();
+    return built(item).record;
+}
+
+const CheckInItem::Built &ClientsCheckInList::built(const CheckInItem &item) const
+{
+    static quint64 lastRevision = 0;
     qint32 commonId = -1;
+    int priceType = -1;
     if (priceBook) {
         const PriceItem price = priceBook->findPriceItem(item.salesId);
         // An unknown item is answered with one that is all zeroes.
         if (price.id > 0 && price.id == item.salesId)
             commonId = price.commonId;
-        json.insert(QLatin1String("priceType"), priceBook->currentPriceType);
+        priceType = priceBook->currentPriceType;
     }
-    json.insert(QLatin1String("salesCommonId"), commonId);
-    return json;
+    const CheckInItem *parent = item.parent;
+    const QStringList parentFacts =
+        parent ? QStringList{parent->uuid, parent->firstName, parent->lastName, parent->midName} : QStringList();
+
+    CheckInItem::Built &built = item.built;
+    if (built.revision != 0 && built.salesCommonId == commonId && built.priceType == priceType && built.facts == item
+        && built.parent == parentFacts)
+        return built;
+    built.revision = ++lastRevision;
+    built.facts = item;
+    built.parent = parentFacts;
+    built.salesCommonId = commonId;
+    built.priceType = priceType;
+    built.record = item.toJson();
+    built.record.insert(QLatin1String("salesCommonId"), commonId);
+    if (priceBook)
+        built.record.insert(QLatin1String("priceType"), priceType);
+    return built;
 }
 
-QJsonArray ClientsCheckInList::listJson() const
+const CheckInItem::Built &ClientsCheckInList::builtFamily(const CheckInItem &racer) const
 {
-    const auto shown = [this](const CheckInItem &item) {
-        QJsonObject json = toJson(item);
+    quint64 newest = built(racer).revision;
+    for (const auto &minor : racer.subItems)
+        newest = qMax(newest, built(*minor).revision);
+    // Whatever is built anew, a minor who just came included, is newer than everything before.
+    CheckInItem::Built &family = racer.built;
+    if (family.familyRevision == newest && family.familySize == racer.subItems.size())
+        return family;
+    family.familyRevision = newest;
+    family.familySize = racer.subItems.size();
+
+    const auto published = [](const CheckInItem &item) {
+        QJsonObject json = item.built.record;
         if (item.salesId == -1)
             json.insert(QLatin1String("color"), QStringLiteral("#00000000"));
         return json;
     };
-    QJsonArray list;
-    for (const auto &racer : items) {
-        QJsonObject json = shown(*racer);
-        QJsonArray minors;
-        for (const auto &minor : racer->subItems)
-            minors.append(shown(*minor));
-        json.insert(QLatin1String("subItems"), minors);
-        list.append(json);
+    QJsonArray stored;
+    QJsonArray told;
+    for (const auto &minor : racer.subItems) {
+        stored.append(minor->built.record);
+        told.append(published(*minor));
     }
+    family.published = published(racer);
+    family.published.insert(QLatin1String("subItems"), told);
+    QJsonObject line = family.record;
+    line.insert(QLatin1String("kidsList"), stored);
+    family.journalLine = QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
+    return family;
+}
+
+QJsonArray ClientsCheckInList::listJson() const
+{
+    QJsonArray list;
+    for (const auto &racer : items)
+        list.append(builtFamily(*racer).published);
     return list;
 }
 
@@ -494,9 +538,12 @@ void ClientsCheckInList::removeEntries(const QModelIndexList &indexes)
 
 void ClientsCheckInList::removeByUuids(const QStringList &uuids)
 {
+    QSet<QString> named;
+    for (const QString &uuid : uuids)
+        named.insert(uuid);
     QModelIndexList indexes;
     for (size_t row = 0; row < items.size(); ++row) {
-        if (uuids.contains(items[row]->uuid))
+        if (named.contains(items[row]->uuid))
             indexes.append(index(static_cast<int>(row), 0));
     }
     removeEntries(indexes);
@@ -640,30 +687,38 @@ void ClientsCheckInList::releaseCar(qint32 carId)
     }
 }
 
+QSet<QString> ClientsCheckInList::pinsInPlay() const
+{
+    QSet<QString> pins;
+    const QStringList codes = usedPinCodes ? *usedPinCodes : QStringList();
+    for (const QString &pin : codes)
+        pins.insert(pin);
+    return pins;
+}
+
 QStringList ClientsCheckInList::makePins(int count, const QStringList &oldPins)
 {
     for (const QString &pin : oldPins) {
         if (usedPinCodes)
             usedPinCodes->removeAll(pin);
     }
-    const auto usedSet = [this] {
-        QSet<QString> set;
-        const QStringList codes = usedPinCodes ? *usedPinCodes : QStringList();
-        for (const QString &pin : codes)
-            set.insert(pin);
-        return set;
-    };
-    int digits = 4;
-    QSet<QString> used = usedSet();
-    if (CheckInRules::pinPoolFull(used, digits)) {
-        reclaimPinCodes();
-        used = usedSet();
-        while (digits < 9 && CheckInRules::pinPoolFull(used, digits))
-            ++digits;
+    PinDraw single;
+    PinDraw &draw = familyPins ? *familyPins : single;
+    if (!draw.ready)
+        draw.used = pinsInPlay();
+    if (CheckInRules::pinPoolFull(draw.used, draw.digits)) {
+        if (draw.digits == 4) {
+            reclaimPinCodes();
+            draw.used = pinsInPlay();
+        }
+        while (draw.digits < 9 && CheckInRules::pinPoolFull(draw.used, draw.digits))
+            ++draw.digits;
     }
-    const QString pin = CheckInRules::drawPin(used, digits, [] {
+    draw.ready = true;
+    const QString pin = CheckInRules::drawPin(draw.used, draw.digits, [] {
         return static_cast<quint32>(QRandomGenerator64::system()->generate());
     });
+    draw.used.insert(pin);
     if (usedPinCodes)
         usedPinCodes->append(pin);
     QStringList pins;
@@ -749,15 +804,8 @@ void ClientsCheckInList::applyFamilyEdit(const QModelIndex &baseIndex, const QSt
 void ClientsCheckInList::save() const
 {
     QByteArray bytes;
-    for (const auto &racer : items) {
-        QJsonObject json = toJson(*racer);
-        QJsonArray minors;
-        for (const auto &minor : racer->subItems)
-            minors.append(toJson(*minor));
-        json.insert(QLatin1String("kidsList"), minors);
-        bytes += QJsonDocument(json).toJson(QJsonDocument::Compact);
-        bytes += '\n';
-    }
+    for (const auto &racer : items)
+        bytes += builtFamily(*racer).journalLine;
     QFile file(DeskPaths::journal(JournalName));
     if (file.open(QIODevice::WriteOnly))
         file.write(bytes);

@@ -10,6 +10,7 @@
 #include <QList>
 #include <QMap>
 #include <QPointer>
+#include <QSet>
 
 #include <functional>
 #include <memory>
@@ -167,12 +168,17 @@ public Q_SLOTS:
     void itemsUndropped(QJsonArray jsonList);
 
 private:
+    /// The line with its record built, from scratch only if something of it has changed.
+    const CheckInItem::Built &built(const CheckInItem &item) const;
+    /// The racer with the family's publication and journal line built.
+    const CheckInItem::Built &builtFamily(const CheckInItem &racer) const;
     CheckInItem *itemByUuid(const QString &uuid, bool withMinors) const;
     const PriceItem *currentPriceByCommonId(qint32 commonId) const;
     void sellByCommonId(CheckInItem &item, qint32 salesCommonId);
     std::unique_ptr<CheckInItem> newMinor(CheckInItem &base, const KidRecord &kid);
     void insertAtTop(std::unique_ptr<CheckInItem> item);
     void emitRowChanged(const CheckInItem &item);
+    QSet<QString> pinsInPlay() const;
     void reclaimPinCodes();
     void takePinCodes(const CheckInItem &item);
     void refusePayment(const QString &message, bool silent);
@@ -188,6 +194,14 @@ private:
     QPointer<PricesModel> priceBook;
     QStringList *usedPinCodes = nullptr;
     std::function<QStringList()> seatPinCodes;
+    /// Codes drawn one after another for a family, without looking at all the others for each.
+    struct PinDraw
+    {
+        bool ready = false;
+        QSet<QString> used{};
+        int digits = 4;
+    };
+    PinDraw *familyPins = nullptr;
     QPointer<QAbstractItemView> messageParent;
     /// The racer who is being registered and not yet in the list.
     const CheckInItem *newcomer = nullptr;

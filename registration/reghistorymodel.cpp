@@ -92,16 +92,15 @@ QMimeData *RegHistoryModel::mimeData(const QModelIndexList &indexes) const
 
 void RegHistoryModel::addRecord(const QJsonObject &json)
 {
-    Record record{joinedName(json), json};
+    Record record{joinedName(json), json.value(QLatin1String("uuid")).toString(), json};
     if (record.json.value(QLatin1String("timestamp")).isUndefined())
         record.json.insert(QLatin1String("timestamp"), Clock::secsUtc());
     record.json.remove(QLatin1String("currentPinCode"));
-    const QString uuid = record.json.value(QLatin1String("uuid")).toString();
-    const auto older = std::find_if(records.begin(), records.end(), [&uuid](const Record &candidate) {
-        return candidate.json.value(QLatin1String("uuid")).toString() == uuid;
-    });
-    if (older != records.end())
-        records.erase(older);
+    if (uuids.contains(record.uuid)) {
+        records.erase(std::find_if(records.begin(), records.end(),
+                                   [&record](const Record &older) { return older.uuid == record.uuid; }));
+    }
+    uuids.insert(record.uuid);
     records.prepend(record);
     Q_EMIT layoutChanged();
 }
@@ -123,6 +122,12 @@ void RegHistoryModel::removeOlderThan(const QDateTime &limit)
     const auto isOlder = [limitSecs](const Record &record) {
         return record.json.value(QLatin1String("timestamp")).toVariant().toLongLong() < limitSecs;
     };
-    records.erase(std::remove_if(records.begin(), records.end(), isOlder), records.end());
+    const auto firstOlder = std::remove_if(records.begin(), records.end(), isOlder);
+    if (firstOlder != records.end()) {
+        records.erase(firstOlder, records.end());
+        uuids.clear();
+        for (const Record &record : qAsConst(records))
+            uuids.insert(record.uuid);
+    }
     Q_EMIT layoutChanged();
 }

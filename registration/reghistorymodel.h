@@ -7,6 +7,8 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QList>
+#include <QSet>
+#include <QString>
 
 /// The people registered today, newest first, ready to be dragged into the check-in list again. Read from its journal
 /// and never written: the file is somebody else's. GUI thread.
@@ -41,10 +43,13 @@ private:
     struct Record
     {
         QString name;
+        QString uuid;
         QJsonObject json;
     };
 
     QList<Record> records;
+    /// Of all records: most newcomers are new, and a long history need not be searched for them.
+    QSet<QString> uuids;
 };
 
 #endif // REGHISTORYMODEL_H

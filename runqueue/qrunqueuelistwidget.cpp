@@ -7,6 +7,7 @@
 #include <QDragMoveEvent>
 #include <QMap>
 #include <QMimeData>
+#include <QPointer>
 #include <QVariant>
 
 namespace {
@@ -44,7 +45,18 @@ QRunQueueListWidget::QRunQueueListWidget(QWidget *parent)
 
 bool QRunQueueListWidget::isDragging() const
 {
-    return state() == QAbstractItemView::DraggingState;
+    return rowInDrag;
+}
+
+void QRunQueueListWidget::startDrag(Qt::DropActions supportedActions)
+{
+    // The view's own state tells nothing: it ends wherever the pointer passes from row to row, and it is left from a
+    // press that a run took over for the drag of a racer.
+    const QPointer<QRunQueueListWidget> self(this);
+    rowInDrag = true;
+    QListWidget::startDrag(supportedActions);
+    if (self)
+        rowInDrag = false;
 }
 
 void QRunQueueListWidget::dragEnterEvent(QDragEnterEvent *event)

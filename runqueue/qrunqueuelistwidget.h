@@ -16,10 +16,14 @@ public:
     bool isDragging() const;
 
 protected:
+    void startDrag(Qt::DropActions supportedActions) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     /// False always: a row is moved, never copied from its data, which would leave its run behind.
     bool dropMimeData(int index, const QMimeData *mimeData, Qt::DropAction action) override;
+
+private:
+    bool rowInDrag = false;
 };
 
 #endif // QRUNQUEUELISTWIDGET_H

@@ -156,6 +156,21 @@ QJsonObject RunContainerWidget::competitorByUuid(const QString &uuid) const
     return index == -1 ? QJsonObject() : seats[static_cast<size_t>(index)]->data;
 }
 
+QJsonObject RunContainerWidget::competitorBySerial(quint64 serial) const
+{
+    const int index = indexOfSerial(serial);
+    return index == -1 ? QJsonObject() : seats[static_cast<size_t>(index)]->data;
+}
+
+void RunContainerWidget::noteTicketCode(quint64 serial, const QJsonValue &code)
+{
+    const int index = indexOfSerial(serial);
+    if (index == -1)
+        return;
+    seats[static_cast<size_t>(index)]->data.insert(QLatin1String("currentPinCode"), code);
+    changed();
+}
+
 QJsonObject RunContainerWidget::selectedEntry() const
 {
     return selectedCompetitor ? selectedCompetitor->data : QJsonObject();
@@ -386,6 +401,11 @@ bool RunContainerWidget::isCarFreeFor(qint32 carId, const QString &racerUuid) co
     return true;
 }
 
+QString RunContainerWidget::carNumber(qint32 carId) const
+{
+    return carsById.value(carId).value(QLatin1String("num")).toVariant().toString();
+}
+
 qint32 RunContainerWidget::setCompetitorCar(const QJsonObject &request)
 {
     QString uuid = textOf(request, "uuid");
@@ -423,8 +443,7 @@ qint32 RunContainerWidget::setCompetitorCar(const QJsonObject &request)
     }
     RunCompetitor &seat = *seats[static_cast<size_t>(index)];
     seat.data.insert(QLatin1String("carId"), target);
-    const QJsonValue number = carsById.value(target).value(QLatin1String("num"));
-    seat.data.insert(QLatin1String("carNum"), number.toVariant().toString());
+    seat.data.insert(QLatin1String("carNum"), carNumber(target));
     changed();
     const QPointer<RunContainerWidget> self(this);
     if (reason == QLatin1String("brokenCar")) {

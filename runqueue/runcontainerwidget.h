@@ -45,6 +45,10 @@ public:
     bool hasCompetitor(const QString &uuid) const;
     /// Copy of a racer's record, or an empty object.
     QJsonObject competitorByUuid(const QString &uuid) const;
+    /// Copy of the record of one seat, or an empty object if it was given up.
+    QJsonObject competitorBySerial(quint64 serial) const;
+    /// Notes with a seat the code that its racer has just shown; tells nobody.
+    void noteTicketCode(quint64 serial, const QJsonValue &code);
     /// Record of the highlighted seat, or an empty object.
     QJsonObject selectedEntry() const;
     bool hasSelection() const;
@@ -77,6 +81,8 @@ public:
     /// Cars that the run's racers of a model hold; an empty model means every model.
     QJsonArray busyCarIds(const QString &model) const;
     bool isCarFreeFor(qint32 carId, const QString &racerUuid) const;
+    /// The number on one of the run's cars; empty for a car that the run does not know.
+    QString carNumber(qint32 carId) const;
     /// Changes a racer's car. -1 if the car does not fit the booked model, else 0. May ask the operator.
     qint32 setCompetitorCar(const QJsonObject &request);
     /// Takes the car away from everybody here who holds it; tells nobody.

@@ -357,7 +357,7 @@ void RunContainerWidget::dropEvent(QDropEvent *event)
     dragArmed = false;
     hovered = false;
     const auto content = JsonRead::object(event->mimeData()->data(JsonFormat));
-    if (!content || event->source() == this) {
+    if (!content || retired || event->source() == this) {
         event->ignore();
         return;
     }

@@ -24,8 +24,10 @@ constexpr int MaxVanishedRuns = 3;
 bool isTicketHolder(const QJsonObject &entry, const QJsonObject &request)
 {
     const QString card = request.value(QLatin1String("nfcUid")).toString();
+    const QString pin = request.value(QLatin1String("pinCode")).toString();
+    // A journal may have left seats with empty codes; a request without a code must not find them.
     return request.value(QLatin1String("racerUuid")).toString() == entry.value(QLatin1String("uuid")).toString()
-           || entry.value(QLatin1String("pinCodes")).toArray().contains(request.value(QLatin1String("pinCode")))
+           || (!pin.isEmpty() && entry.value(QLatin1String("pinCodes")).toArray().contains(pin))
            || (!card.isEmpty() && card == entry.value(QLatin1String("nfcUid")).toString());
 }
 
@@ -117,7 +119,8 @@ void TicketPluginForm::on_actionMoveToRuns_triggered()
     // and nobody is seated twice or for nothing.
     const QJsonArray racers = recordsToSeat(lines);
     seatRacers(racers, step, -1);
-    checkInList.itemsDroppedOut(racers);
+    if (self)
+        checkInList.itemsDroppedOut(racers);
 }
 
 QJsonArray TicketPluginForm::recordsToSeat(const QList<QPersistentModelIndex> &lines) const
@@ -143,9 +146,12 @@ void TicketPluginForm::itemsDroppedToRun(QJsonArray jsonList, const QObject *tar
 {
     if (!target || qstrcmp(target->metaObject()->className(), "RunContainerWidget") != 0)
         return;
+    const QPointer<TicketPluginForm> self(this);
     seatRacers(jsonList, 1, qMax(0, rowOfRun(target)));
-    checkInList.itemsDroppedOut(jsonList);
-    runQueueChanged(QString());
+    if (self)
+        checkInList.itemsDroppedOut(jsonList);
+    if (self)
+        runQueueChanged(QString());
 }
 
 void TicketPluginForm::itemsUndroppedFromRun(QJsonArray jsonList)
@@ -195,9 +201,9 @@ bool TicketPluginForm::moveSeat(RunContainerWidget *source, int index, RunContai
     source->removeCompetitorAt(index);
     // The host may have closed either run on hearing of it; the racer then stays where a run is left.
     const bool arrives = to && !to->isRetired();
-    if (!arrives && (!from || from->isRetired()))
-        return false;
-    RunCompetitor *seat = (arrives ? to : from)->addCompetitor(entry, false);
+    const bool stays = !arrives && from && !from->isRetired();
+    RunContainerWidget *refuge = arrives ? to.data() : (stays ? from.data() : addRuns(1, -1, 0));
+    RunCompetitor *seat = refuge ? refuge->addCompetitor(entry, false) : nullptr;
     if (!arrives || !seat || !to || to->isRetired())
         return false;
     *competitor = seat;

@@ -12,6 +12,46 @@
 
 #include <memory>
 
+namespace {
+
+/// What a drag is over. It lives until the drag has been worked off: a host may close a run in answer to a drop on it,
+/// and whoever hears of the drop still has to see that a run took it.
+class DragTarget : public QObject
+{
+public:
+    DragTarget() = default;
+    ~DragTarget() override { follow(nullptr); }
+    Q_DISABLE_COPY(DragTarget)
+
+    void follow(QObject *next)
+    {
+        if (target) {
+            target->removeEventFilter(this);
+            if (condemned)
+                target->deleteLater();
+        }
+        condemned = false;
+        target = next;
+        if (target)
+            target->installEventFilter(this);
+    }
+    const QObject *object() const { return target; }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() != QEvent::DeferredDelete || watched != target)
+            return QObject::eventFilter(watched, event);
+        condemned = true;
+        return true;
+    }
+
+private:
+    QPointer<QObject> target;
+    bool condemned = false;
+};
+
+} // namespace
+
 QEditableTreeView::QEditableTreeView(QWidget *parent)
     : QTreeView(parent)
 {
@@ -75,7 +115,8 @@ void QEditableTreeView::startEditing()
 
 void QEditableTreeView::dropEvent(QDropEvent *event)
 {
-    dropPosition = mapToGlobal(event->pos());
+    // What happens over the rows is told in pixels of the viewport.
+    dropPosition = viewport()->mapToGlobal(event->pos());
     QTreeView::dropEvent(event);
 }
 
@@ -108,9 +149,9 @@ void QEditableTreeView::startDrag(Qt::DropActions supportedActions)
     drag->setPixmap(DragBadge::forRecords(records).pixmap());
     drag->setMimeData(mimeData.release());
     drag->setHotSpot(QPoint(0, 0));
-    QPointer<QObject> target;
-    connect(drag, &QDrag::targetChanged, drag, [&target](QObject *widget) { target = widget; });
+    DragTarget target;
+    connect(drag, &QDrag::targetChanged, &target, &DragTarget::follow);
     const Qt::DropAction action = drag->exec(Qt::MoveAction);
     if (self && action == Qt::MoveAction)
-        Q_EMIT itemsDroppedOut(records, target);
+        Q_EMIT itemsDroppedOut(records, target.object());
 }

@@ -1,0 +1,6 @@
+#include "registration/racersfromdbdelegate.h"
+
+RacersFromDbDelegate::RacersFromDbDelegate(QObject *parent)
+    : GridDelegate(parent)
+{
+}
