@@ -4,12 +4,13 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
-EventLogWriter::EventLogWriter(const QString &fileName, EventLogModel *log, QObject *parent)
+EventLogWriter::EventLogWriter(const QString &fileName, Mode mode, EventLogModel *log, QObject *parent)
     : QObject(parent)
     , m_file(fileName)
 {
     QDir().mkpath(QFileInfo(fileName).absolutePath());
-    if (m_file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
+    const QIODevice::OpenMode how = mode == Append ? QIODevice::Append : QIODevice::Truncate;
+    if (m_file.open(QIODevice::WriteOnly | QIODevice::Unbuffered | how))
         connect(log, &EventLogModel::appended, this, &EventLogWriter::write);
 }
 

@@ -6,14 +6,17 @@
 #include <QFile>
 #include <QObject>
 
-/// Appends every event to a file, one JSON object a line, as it happens: after a crash the file ends with the last one.
+/// Writes every event to a file, one JSON object a line, as it happens: after a crash the file ends with the last one.
 class EventLogWriter : public QObject
 {
     Q_OBJECT
 
 public:
+    /// What becomes of the events that a file holds already.
+    enum Mode { Append, Replace };
+
     /// `log` outlives the writer.
-    EventLogWriter(const QString &fileName, EventLogModel *log, QObject *parent = nullptr);
+    EventLogWriter(const QString &fileName, Mode mode, EventLogModel *log, QObject *parent = nullptr);
 
     bool isOpen() const { return m_file.isOpen(); }
     QString fileName() const { return m_file.fileName(); }

@@ -1,5 +1,7 @@
 #include "hostoptions.h"
 
+#include "service/onlineservice.h"
+
 #include <QCommandLineParser>
 #include <QRegularExpression>
 
@@ -8,6 +10,8 @@ namespace {
 constexpr int maxSpeed = 10000;
 constexpr int maxDemoRuns = 60;
 constexpr int maxDemoRacers = 20;
+constexpr int maxPort = 65535;
+constexpr int noPort = -1;
 
 void addOptions(QCommandLineParser *parser)
 {
@@ -28,6 +32,19 @@ void addOptions(QCommandLineParser *parser)
          QStringLiteral("FILE")},
         {QStringLiteral("out"), HostOptions::tr("Папка для снимков экрана сценария."), QStringLiteral("DIR")},
         {QStringLiteral("log"), HostOptions::tr("Файл журнала событий, строки JSON."), QStringLiteral("FILE")},
+        {QStringLiteral("printer"), HostOptions::tr("Печатать документы на этом принтере, а не в файлы PDF."),
+         QStringLiteral("NAME")},
+        {QStringLiteral("record"), HostOptions::tr("Записать события этого запуска, в том же виде, в новый файл."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("client-port"), HostOptions::tr("Порт для клиентов; 0 — любой свободный, off — без клиентов."),
+         QStringLiteral("PORT"), QStringLiteral("9185")},
+        {QStringLiteral("service-port"),
+         HostOptions::tr("Порт онлайн-сервиса стенда; 0 — любой свободный, off — без него."), QStringLiteral("PORT"),
+         QString::number(OnlineService::defaultPort)},
+        {QStringLiteral("service-trouble"),
+         HostOptions::tr("Как отвечает онлайн-сервис стенда: %1.")
+             .arg(OnlineService::troubleNames().join(QStringLiteral(", "))),
+         QStringLiteral("NAME"), OnlineService::troubleNames().constFirst()},
         {QStringLiteral("screenshot-size"), HostOptions::tr("Размер окна."), QStringLiteral("WxH")},
         {QStringLiteral("quit-after"), HostOptions::tr("Завершиться через столько миллисекунд."), QStringLiteral("MS")},
     });
@@ -38,6 +55,16 @@ QSize parseSize(const QString &text)
     static const QRegularExpression form(QStringLiteral("^([0-9]{1,5})x([0-9]{1,5})$"));
     const QRegularExpressionMatch match = form.match(text);
     return match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
+}
+
+// Below noPort when the text is neither a port nor "off".
+int parsePort(const QString &text)
+{
+    if (text == QLatin1String("off"))
+        return noPort;
+    bool ok = false;
+    const int port = text.toInt(&ok);
+    return ok && port >= 0 && port <= maxPort ? port : noPort - 1;
 }
 
 } // namespace
@@ -63,6 +90,8 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
     options->play = parser.value(QStringLiteral("play"));
     options->out = parser.value(QStringLiteral("out"));
     options->log = parser.value(QStringLiteral("log"));
+    options->record = parser.value(QStringLiteral("record"));
+    options->printer = parser.value(QStringLiteral("printer"));
 
     if (parser.isSet(QStringLiteral("screenshot-size"))) {
         options->windowSize = parseSize(parser.value(QStringLiteral("screenshot-size")));
@@ -87,6 +116,26 @@ bool HostOptions::parse(const QStringList &arguments, HostOptions *options, QStr
             *error = tr("--speed: нужно число от 1 до %1").arg(maxSpeed);
             return false;
         }
+    }
+    if (parser.isSet(QStringLiteral("client-port"))) {
+        options->clientPort = parsePort(parser.value(QStringLiteral("client-port")));
+        if (options->clientPort < noPort) {
+            *error = tr("--client-port: нужно число от 0 до %1 или off").arg(maxPort);
+            return false;
+        }
+    }
+    if (parser.isSet(QStringLiteral("service-port"))) {
+        options->servicePort = parsePort(parser.value(QStringLiteral("service-port")));
+        if (options->servicePort < noPort) {
+            *error = tr("--service-port: нужно число от 0 до %1 или off").arg(maxPort);
+            return false;
+        }
+    }
+    options->serviceTrouble = parser.value(QStringLiteral("service-trouble"));
+    if (!OnlineService::troubleNames().contains(options->serviceTrouble)) {
+        *error =
+            tr("--service-trouble: нужно одно из слов %1").arg(OnlineService::troubleNames().join(QStringLiteral(", ")));
+        return false;
     }
     if (parser.isSet(QStringLiteral("quit-after"))) {
         bool ok = false;

@@ -18,8 +18,18 @@ public:
     QString plugin;
     /// File for the event log; empty means events.jsonl in the home.
     QString log;
+    /// File that receives the events of this run alone; empty means none.
+    QString record;
+    /// Port for client programs on loopback; 0 means any that is free, -1 that they are kept out.
+    int clientPort = 9185;
+    /// Port of the online service's stand-in on loopback; 0 means any that is free, -1 that there is none.
+    int servicePort = 9184;
+    /// How the stand-in answers, one of OnlineService::troubleNames().
+    QString serviceTrouble;
     /// Script of a played day; empty means that a person is at the desk.
     QString play;
+    /// Printer of this machine for the documents; empty means PDF files in the home.
+    QString printer;
     /// Folder that receives the screenshots of a played day; empty means the current folder.
     QString out;
     /// Size of the main window; invalid means what the desk's tab needs.

@@ -161,6 +161,11 @@ void HostWindow::reportState()
     m_state->setToolTip(m_desk->fileName());
 }
 
+void HostWindow::addPage(QWidget *page, const QString &caption)
+{
+    m_tabs->addTab(page, caption);
+}
+
 void HostWindow::fitDesk(QSize tabSize)
 {
     ensurePolished();

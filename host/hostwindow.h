@@ -1,6 +1,8 @@
 #ifndef HOSTWINDOW_H
 #define HOSTWINDOW_H
 
+#include "pitlanehits.h"
+
 #include <QJsonObject>
 #include <QMainWindow>
 #include <QPointer>
@@ -36,6 +38,9 @@ public:
     /// Stops and starts the desk in this process.
     bool restartDesk();
 
+    /// Adds a tab behind the host's own. The window owns the page.
+    void addPage(QWidget *page, const QString &caption);
+
     /// Resizes the window so that the desk's tab gets this size, as far as the screen allows.
     void fitDesk(QSize tabSize);
     /// Brings a tab to the front by the object name of its page. False when there is none.
@@ -51,6 +56,7 @@ private:
     void buildRunMenu();
     void buildServiceMenu();
     void fillCarsMenu();
+    void fillPitLaneMenu(QMenu *menu, PitLaneHits::Line line);
 
     void askDayBegin();
     void askTrack();

@@ -36,6 +36,12 @@ bool ask(QDialog *dialog, QFormLayout *fields)
     return dialog->exec() == QDialog::Accepted;
 }
 
+QString carCaption(const QJsonObject &car)
+{
+    return HostWindow::tr("№ %1, %2")
+        .arg(car.value(QStringLiteral("num")).toString(), car.value(QStringLiteral("name")).toString());
+}
+
 } // namespace
 
 void HostWindow::buildMenus()
@@ -70,6 +76,13 @@ void HostWindow::buildTrackMenu()
     m_carsMenu = menu->addMenu(tr("Карты в прокате"));
     connect(m_carsMenu, &QMenu::aboutToShow, this, &HostWindow::fillCarsMenu);
     named(menu->addAction(tr("Отправить список картов"), m_services, &TrackServices::sendCars), "hostCars");
+    menu->addSeparator();
+    QMenu *in = menu->addMenu(tr("Въехал на питлейн"));
+    in->setObjectName(QStringLiteral("hostPitLaneIn"));
+    connect(in, &QMenu::aboutToShow, this, [this, in] { fillPitLaneMenu(in, PitLaneHits::EntryLine); });
+    QMenu *out = menu->addMenu(tr("Выехал с питлейна"));
+    out->setObjectName(QStringLiteral("hostPitLaneOut"));
+    connect(out, &QMenu::aboutToShow, this, [this, out] { fillPitLaneMenu(out, PitLaneHits::ExitLine); });
 }
 
 void HostWindow::buildRunMenu()
@@ -95,6 +108,9 @@ void HostWindow::buildServiceMenu()
     service->setCheckable(true);
     connect(service, &QAction::triggered, this,
             [this](bool on) { m_services->setService(on, m_services->state().apiKey); });
+    // A script triggers this one without opening the menu.
+    connect(m_services, &TrackServices::serviceChanged, service,
+            [this, service] { service->setChecked(m_services->state().serviceEnabled); });
     QAction *payments = named(menu->addAction(tr("Сервис принимает платежи")), "hostTakesPayments");
     payments->setCheckable(true);
     connect(payments, &QAction::triggered, m_services, &TrackServices::setTakesPayments);
@@ -114,13 +130,22 @@ void HostWindow::fillCarsMenu()
     const QJsonArray cars = m_database->cars();
     for (const QJsonValue &value : cars) {
         const QJsonObject car = value.toObject();
-        QAction *action = m_carsMenu->addAction(
-            tr("№ %1, %2")
-                .arg(car.value(QStringLiteral("num")).toString(), car.value(QStringLiteral("name")).toString()));
+        QAction *action = m_carsMenu->addAction(carCaption(car));
         action->setCheckable(true);
         action->setChecked(car.value(QStringLiteral("available_for_runs")).toBool());
         const int id = car.value(QStringLiteral("id")).toInt();
         connect(action, &QAction::triggered, m_services, [this, id](bool on) { m_services->setCarAvailable(id, on); });
+    }
+}
+
+void HostWindow::fillPitLaneMenu(QMenu *menu, PitLaneHits::Line line)
+{
+    menu->clear();
+    const QJsonArray cars = m_database->cars();
+    for (const QJsonValue &value : cars) {
+        const QJsonObject car = value.toObject();
+        const int id = car.value(QStringLiteral("id")).toInt();
+        menu->addAction(carCaption(car), m_services, [this, id, line] { m_services->sendPitLaneHit(id, line); });
     }
 }
 

@@ -1,11 +1,17 @@
 #include "demodata.h"
 #include "deskpluginloader.h"
+#include "documents/documentprinter.h"
+#include "documents/documentsview.h"
 #include "eventlogmodel.h"
 #include "eventlogwriter.h"
+#include "gateway/clientgateway.h"
 #include "hostoptions.h"
 #include "hostwindow.h"
 #include "play/playrunner.h"
 #include "runtiming.h"
+#include "service/onlineservice.h"
+#include "service/scannersimulator.h"
+#include "service/servicemenu.h"
 #include "trackdatabase.h"
 #include "trackhome.h"
 #include "trackservices.h"
@@ -20,6 +26,7 @@
 #include <QTranslator>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -115,22 +122,70 @@ int main(int argc, char *argv[])
     EventLogModel log;
     const EventLogWriter writer(options.log.isEmpty() ? home.eventsFile()
                                                       : startDirectory.absoluteFilePath(options.log),
-                                &log);
+                                EventLogWriter::Append, &log);
     if (!writer.isOpen())
         print(stderr, QStringLiteral("%1: %2").arg(writer.fileName(), writer.errorText()));
+    std::unique_ptr<EventLogWriter> record;
+    if (!options.record.isEmpty()) {
+        record = std::make_unique<EventLogWriter>(startDirectory.absoluteFilePath(options.record),
+                                                  EventLogWriter::Replace, &log);
+        if (!record->isOpen()) {
+            print(stderr, QStringLiteral("%1: %2").arg(record->fileName(), record->errorText()));
+            return ExitUsage;
+        }
+    }
 
     DeskPluginLoader desk;
     desk.setFileName(options.plugin);
     TrackServices services(&desk, &database);
     RunTiming timing(&desk, &database);
     timing.track().setSpeed(options.speed);
+    DocumentPrinter documents(home.templatesDirectory(), home.printedDirectory());
+    if (!options.printer.isEmpty() && !documents.setPrinter(options.printer)) {
+        print(stderr, QStringLiteral("Нет принтера «%1»").arg(options.printer));
+        return ExitUsage;
+    }
+    QObject::connect(&desk, &DeskPluginLoader::received, &documents, &DocumentPrinter::take, Qt::QueuedConnection);
+    QObject::connect(&documents, &DocumentPrinter::noted, &documents,
+                     [](const QString &sentence) { print(stderr, sentence); });
     HostWindow window(&desk, &services, &timing, &database, &log);
+    window.addPage(new DocumentsView(&documents), HostWindow::tr("Документы"));
     if (options.windowSize.isValid())
         window.resize(options.windowSize);
     else
         window.fitDesk(deskTabSize);
 
-    PlayRunner player({&window, &desk, &database, &log, &home, startDirectory.absoluteFilePath(options.out)});
+    // A port that is taken keeps clients out; the desk works all the same.
+    ClientGateway gateway(&desk);
+    if (options.clientPort >= 0) {
+        if (gateway.listen(static_cast<quint16>(options.clientPort)))
+            print(stdout, QStringLiteral("Вход для клиентов: ws://127.0.0.1:%1").arg(gateway.port()));
+        else
+            print(stderr, QStringLiteral("Порт %1 для клиентов: %2").arg(options.clientPort).arg(gateway.errorText()));
+    }
+
+    // The service listens while the track's service is up; a port that is taken does not stop the track.
+    OnlineService service;
+    service.setTrouble(options.serviceTrouble);
+    QObject::connect(&services, &TrackServices::serviceChanged, &service, [&] {
+        service.setApiKey(services.state().apiKey);
+        if (!services.state().serviceEnabled)
+            service.close();
+        else if (options.servicePort >= 0 && !service.open(static_cast<quint16>(options.servicePort)))
+            print(stderr, service.errorText());
+    });
+    ScannerSimulator scanner;
+    if (options.demo) {
+        if (!scanner.plug())
+            print(stderr, scanner.errorText());
+        // Again before each start of the desk: settings that were accepted name only the ports of the machine.
+        scanner.storePortName();
+        QObject::connect(&desk, &DeskPluginLoader::aboutToUnload, &scanner, &ScannerSimulator::storePortName);
+    }
+    const ServiceMenu serviceMenu(&service, &scanner, &window);
+
+    PlayRunner player({&window, &desk, &database, &log, &home, startDirectory.absoluteFilePath(options.out), &gateway,
+                       &scanner, &documents});
     if (!options.play.isEmpty() && !player.load(options.play, &error)) {
         print(stderr, error);
         return ExitUsage;

@@ -126,6 +126,7 @@ void RaceSimulation::onStartRun(const QJsonObject &payload)
                                                        {QStringLiteral("runQueueGuid"), run.guid},
                                                        {QStringLiteral("runName"), run.name},
                                                    });
+    moveCars();
 }
 
 void RaceSimulation::onFinishRun(const QJsonObject &payload)
@@ -153,6 +154,7 @@ void RaceSimulation::onReplaceRunPreset(const QJsonObject &payload)
 {
     if (isOnTrack(text(payload, "runQueueGuid")) && canChange())
         seat(payload.value(QStringLiteral("preset")).toArray());
+    moveCars();
 }
 
 void RaceSimulation::onSwitchCar(const QJsonObject &payload)
@@ -163,6 +165,7 @@ void RaceSimulation::onSwitchCar(const QJsonObject &payload)
         if (racer.competitorId == number(payload, "competitorId", -1))
             racer.carId = number(payload, "carId", -1);
     }
+    moveCars();
 }
 
 void RaceSimulation::onUpdateRunParams(const QJsonObject &payload)
@@ -285,6 +288,32 @@ void RaceSimulation::end()
             racer.state = Home;
     }
     m_reported = 0;
+    moveCars();
+}
+
+void RaceSimulation::moveCars()
+{
+    // Whoever has a car drives it until the run is finished; a racer without one waits beside the track.
+    QVector<int> wanted;
+    if (canChange()) {
+        for (const Racer &racer : qAsConst(m_run->racers)) {
+            if (racer.carId >= 0 && !wanted.contains(racer.carId))
+                wanted.append(racer.carId);
+        }
+    }
+    const QVector<int> before = m_carsOut;
+    m_carsOut = wanted;
+    const auto without = [](QVector<int> cars, const QVector<int> &others) {
+        cars.erase(std::remove_if(cars.begin(), cars.end(), [&others](int car) { return others.contains(car); }),
+                   cars.end());
+        return cars;
+    };
+    const QVector<int> in = without(before, wanted);
+    const QVector<int> out = without(wanted, before);
+    if (!in.isEmpty())
+        Q_EMIT carsCameIn(in);
+    if (!out.isEmpty())
+        Q_EMIT carsLeft(out);
 }
 
 void RaceSimulation::toggleRedFlag()
@@ -303,6 +332,7 @@ void RaceSimulation::closeRun()
     const QString guid = m_run->guid;
     m_nextRunNumber = m_run->number + 1;
     m_run.reset();
+    moveCars();
     Q_EMIT said(QStringLiteral("run_closed"), {{QStringLiteral("runQueueGuid"), guid}});
     Q_EMIT runClosed(closed);
     announce();

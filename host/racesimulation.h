@@ -57,6 +57,9 @@ Q_SIGNALS:
     void said(const QString &event, const QJsonObject &payload);
     /// A run has left the track; its record is what the archive keeps.
     void runClosed(const QJsonObject &record);
+    /// Cars come out of the pit lane, or go back into it.
+    void carsLeft(const QVector<int> &carIds);
+    void carsCameIn(const QVector<int> &carIds);
 
 private:
     enum FinishType { FinishNone, FinishByTime, FinishByLaps };
@@ -107,6 +110,7 @@ private:
     void cross(Racer *racer);
     void end();
     void report();
+    void moveCars();
     bool isOnTrack(const QString &guid) const { return m_run && m_run->guid == guid; }
     bool canChange() const { return m_run && m_run->state != Finished; }
     QJsonArray results() const;
@@ -120,6 +124,8 @@ private:
     int m_nextRunNumber = 1;
     int m_nextRunId = 1;
     std::optional<Run> m_run;
+    /// Cars that are out of the pit lane.
+    QVector<int> m_carsOut;
     /// Clock of the last call of `advance()`.
     qint64 m_driven = 0;
     /// Clock of the last report; 0 asks for one at once.

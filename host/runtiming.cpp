@@ -1,6 +1,7 @@
 #include "runtiming.h"
 
 #include "deskpluginloader.h"
+#include "trackdatabase.h"
 
 #include <QDateTime>
 #include <QTime>
@@ -15,6 +16,7 @@ constexpr qint64 msInHour = 3600000;
 RunTiming::RunTiming(DeskPluginLoader *desk, TrackDatabase *database, QObject *parent)
     : QObject(parent)
     , m_desk(desk)
+    , m_database(database)
     , m_archive(database)
     , m_track(&QDateTime::currentMSecsSinceEpoch)
 {
@@ -23,6 +25,10 @@ RunTiming::RunTiming(DeskPluginLoader *desk, TrackDatabase *database, QObject *p
     connect(m_desk, &DeskPluginLoader::received, this, &RunTiming::onReceived);
     connect(&m_track, &RaceSimulation::said, this, &RunTiming::say);
     connect(&m_track, &RaceSimulation::runClosed, this, &RunTiming::onRunClosed);
+    connect(&m_track, &RaceSimulation::carsLeft, this,
+            [this](const QVector<int> &carIds) { sayHits(carIds, PitLaneHits::ExitLine); });
+    connect(&m_track, &RaceSimulation::carsCameIn, this,
+            [this](const QVector<int> &carIds) { sayHits(carIds, PitLaneHits::EntryLine); });
     connect(&m_timer, &QTimer::timeout, this, &RunTiming::tick);
     m_timer.start(tickMs);
 }
@@ -45,6 +51,11 @@ void RunTiming::onRunClosed(const QJsonObject &record)
 void RunTiming::say(const QString &event, const QJsonObject &payload)
 {
     QTimer::singleShot(0, this, [this, event, payload] { m_desk->send(event, payload); });
+}
+
+void RunTiming::sayHits(const QVector<int> &carIds, PitLaneHits::Line line)
+{
+    say(QStringLiteral("transponder_hit"), PitLaneHits::payload(m_database->cars(), carIds, line));
 }
 
 void RunTiming::sendArchive(int limitHours)

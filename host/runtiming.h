@@ -1,6 +1,7 @@
 #ifndef RUNTIMING_H
 #define RUNTIMING_H
 
+#include "pitlanehits.h"
 #include "racesimulation.h"
 #include "runarchive.h"
 
@@ -30,9 +31,11 @@ private:
     void onRunClosed(const QJsonObject &record);
     void say(const QString &event, const QJsonObject &payload);
     void sendArchive(int limitHours);
+    void sayHits(const QVector<int> &carIds, PitLaneHits::Line line);
     void tick();
 
     DeskPluginLoader *m_desk;
+    TrackDatabase *m_database;
     RunArchive m_archive;
     RaceSimulation m_track;
     QTimer m_timer;

@@ -77,6 +77,16 @@ QString TrackHome::eventsFile() const
     return path(QStringLiteral("events.jsonl"));
 }
 
+QString TrackHome::printedDirectory() const
+{
+    return path(QStringLiteral("printed"));
+}
+
+QString TrackHome::templatesDirectory() const
+{
+    return path(QStringLiteral("templates"));
+}
+
 QString TrackHome::path(const QString &relative) const
 {
     return QDir::cleanPath(QDir(m_directory).absoluteFilePath(relative));

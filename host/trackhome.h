@@ -27,6 +27,10 @@ public:
     QString journalsDirectory() const;
     QString databaseFile() const;
     QString eventsFile() const;
+    /// Documents that were printed to files.
+    QString printedDirectory() const;
+    /// Templates of documents that the track has changed.
+    QString templatesDirectory() const;
     /// Absolute path of a file named relative to the home.
     QString path(const QString &relative) const;
 

@@ -64,6 +64,7 @@ void TrackServices::openForBusiness()
     m_state.serverConnected = true;
     m_state.serviceEnabled = true;
     m_state.apiKey = QStringLiteral("bench-key");
+    Q_EMIT serviceChanged();
 }
 
 void TrackServices::announce()
@@ -104,6 +105,7 @@ void TrackServices::setService(bool enabled, const QString &apiKey)
 {
     m_state.serviceEnabled = enabled;
     m_state.apiKey = apiKey;
+    Q_EMIT serviceChanged();
     m_desk->send(QStringLiteral("api_key_updated"), {{QStringLiteral("apiKey"), apiKey}});
     sendServiceStatus();
 }
@@ -122,6 +124,11 @@ void TrackServices::setCarAvailable(int carId, bool available)
 void TrackServices::sendCars()
 {
     m_desk->send(QStringLiteral("cars_list_changed"), {{QStringLiteral("cars"), m_database->cars()}});
+}
+
+void TrackServices::sendPitLaneHit(int carId, PitLaneHits::Line line)
+{
+    m_desk->send(QStringLiteral("transponder_hit"), PitLaneHits::payload(m_database->cars(), {carId}, line));
 }
 
 void TrackServices::sendCurrentTab(const QString &name)

@@ -1,6 +1,8 @@
 #ifndef TRACKSERVICES_H
 #define TRACKSERVICES_H
 
+#include "pitlanehits.h"
+
 #include <QJsonObject>
 #include <QObject>
 #include <QString>
@@ -46,7 +48,13 @@ public:
     void setTakesPayments(bool takes);
     void setCarAvailable(int carId, bool available);
     void sendCars();
+    /// A car crosses a line of the pit lane.
+    void sendPitLaneHit(int carId, PitLaneHits::Line line);
     void sendCurrentTab(const QString &name);
+
+Q_SIGNALS:
+    /// The online service went up or down, or its key changed.
+    void serviceChanged();
 
 private:
     using Handler = void (TrackServices::*)(const QJsonObject &);

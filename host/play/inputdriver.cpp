@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QPointer>
+#include <QProcess>
 #include <QTimer>
 #include <QtTest/qtestkeyboard.h>
 #include <QtTest/qtestmouse.h>
@@ -15,6 +16,7 @@ namespace {
 constexpr int moveMs = 10;
 constexpr int settleMs = 40;
 constexpr int keyMs = 5;
+constexpr int dragSteps = 12;
 
 // A window that is clicked comes to the front. Where nobody manages the windows, none is active once a dialog has
 // closed, and without an active window no widget loses or gains the focus.
@@ -71,6 +73,40 @@ void InputDriver::doubleClick(QWidget *widget, QPoint pos)
             QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, point);
         });
     });
+}
+
+void InputDriver::drag(QWidget *source, QPoint from, QWidget *target, QPoint to,
+                       const std::function<void(bool)> &finished)
+{
+    const QPoint start = source->mapToGlobal(from);
+    const QPoint way = target->mapToGlobal(to) - start;
+    QStringList hand;
+    const auto moveTo = [&hand](QPoint point) {
+        hand << QStringLiteral("mousemove") << QString::number(point.x()) << QString::number(point.y())
+             << QStringLiteral("sleep") << QStringLiteral("0.03");
+    };
+    moveTo(start);
+    hand << QStringLiteral("mousedown") << QStringLiteral("1");
+    for (int step = 1; step <= dragSteps; ++step)
+        moveTo(start + way * step / dragSteps);
+    // Once more on the spot: a target answers the last move with what it takes.
+    moveTo(start + way + QPoint(1, 0));
+    hand << QStringLiteral("sleep") << QStringLiteral("0.1") << QStringLiteral("mouseup") << QStringLiteral("1");
+
+    m_dragging = true;
+    auto *pointer = new QProcess(this);
+    const auto end = [this, pointer, finished](bool ok) {
+        pointer->deleteLater();
+        m_dragging = false;
+        finished(ok);
+    };
+    connect(pointer, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+            [end](int code, QProcess::ExitStatus status) { end(status == QProcess::NormalExit && code == 0); });
+    connect(pointer, &QProcess::errorOccurred, this, [end](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            end(false);
+    });
+    pointer->start(QStringLiteral("xdotool"), hand);
 }
 
 void InputDriver::key(Qt::Key key, Qt::KeyboardModifiers modifiers)

@@ -20,11 +20,14 @@ public:
     explicit InputDriver(QObject *parent = nullptr);
 
     /// Gestures are still waiting to begin.
-    bool isBusy() const { return m_scheduled; }
+    bool isBusy() const { return m_scheduled || m_dragging; }
 
     void click(QWidget *widget, QPoint pos, Qt::MouseButton button = Qt::LeftButton,
                Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void doubleClick(QWidget *widget, QPoint pos);
+    /// Drags by the pointer of the X screen itself, in small steps: no platform of Qt takes a drag out of events that were
+    /// made up. `finished` hears whether the pointer could be moved; without an X screen it can't.
+    void drag(QWidget *source, QPoint from, QWidget *target, QPoint to, const std::function<void(bool)> &finished);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void text(const QString &text);
     void call(const std::function<void()> &work);
@@ -45,6 +48,7 @@ private:
 
     QQueue<Gesture> m_gestures;
     bool m_scheduled = false;
+    bool m_dragging = false;
 };
 
 #endif // INPUTDRIVER_H

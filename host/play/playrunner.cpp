@@ -41,6 +41,9 @@ const QVector<PlayRunner::Verb> &PlayRunner::verbs()
         {{"doubleClick", 1, 1}, &PlayRunner::doubleClick},
         {{"clickCell", 3, 3}, &PlayRunner::clickCell},
         {{"clickRacer", 3, 3}, &PlayRunner::clickRacer},
+        {{"drag", 2, 2}, &PlayRunner::drag},
+        {{"dragCell", 4, 4}, &PlayRunner::dragCell},
+        {{"dragRacer", 4, 4}, &PlayRunner::dragRacer},
         {{"doubleClickCell", 3, 3}, &PlayRunner::doubleClickCell},
         {{"type", 2, 2}, &PlayRunner::typeText},
         {{"fill", 2, 2}, &PlayRunner::fillText},
@@ -49,6 +52,11 @@ const QVector<PlayRunner::Verb> &PlayRunner::verbs()
         {{"trigger", 1, 1}, &PlayRunner::trigger},
         {{"answer", 1, 1}, &PlayRunner::answer},
         {{"send", 1, 1, PlaySyntax::MayHaveJson}, &PlayRunner::send},
+        {{"scan", 0, -1, PlaySyntax::MayHaveJson}, &PlayRunner::scan},
+        {{"request", 2, 2, PlaySyntax::MayHaveJson}, &PlayRunner::request},
+        {{"remote", 2, 2, PlaySyntax::MayHaveJson}, &PlayRunner::remote},
+        {{"letAnswer", 3, 3}, &PlayRunner::letAnswer},
+        {{"letEvent", 3, 3}, &PlayRunner::letEvent},
         {{"tab", 1, 1}, &PlayRunner::showTab},
         {{"page", 2, 2}, &PlayRunner::showPage},
         {{"resize", 1, 1}, &PlayRunner::resizeWindow},
@@ -67,11 +75,13 @@ const QVector<PlayRunner::Verb> &PlayRunner::verbs()
         {{"expectEvent", 1, 1, PlaySyntax::MayHaveJson}, &PlayRunner::expectEvent},
         {{"expectNoEvent", 1, 1, PlaySyntax::MayHaveJson}, &PlayRunner::expectNoEvent},
         {{"expectEvents", 0, -1}, &PlayRunner::expectEvents},
+        {{"expectAnswer", 1, 1, PlaySyntax::MayHaveJson}, &PlayRunner::expectAnswer},
         {{"expectSql", 3, 3, PlaySyntax::NoJson, 1}, &PlayRunner::expectSql},
         {{"expectFile", 3, 3, PlaySyntax::NoJson, 1}, &PlayRunner::expectFile},
         {{"expectNoFile", 1, 1}, &PlayRunner::expectNoFile},
         {{"expectLines", 2, 2}, &PlayRunner::expectLines},
         {{"expectLine", 2, 2, PlaySyntax::NeedsJson}, &PlayRunner::expectLine},
+        {{"expectDocument", 3, 3, PlaySyntax::NoJson, 1}, &PlayRunner::expectDocument},
     };
     return table;
 }
@@ -113,8 +123,13 @@ void PlayRunner::beginStep()
         finish(true);
         return;
     }
-    const PlayStep &step = m_steps.at(m_current);
-    print(QStringLiteral("%1:%2: %3").arg(m_fileName).arg(step.line).arg(step.source));
+    m_step = m_steps.at(m_current);
+    print(QStringLiteral("%1:%2: %3").arg(m_fileName).arg(m_step.line).arg(m_step.source));
+    QString reason;
+    if (!m_variables.expand(&m_step, &reason)) {
+        fail(reason);
+        return;
+    }
     m_performed = false;
     m_stepTime.start();
     // Single shots, because a repeating timer stands still while its own call is held up by a dialog's loop.
@@ -123,20 +138,21 @@ void PlayRunner::beginStep()
 
 void PlayRunner::tick()
 {
-    const PlayStep &step = m_steps.at(m_current);
     if (!m_performed) {
-        const Outcome outcome = perform(step);
-        const bool late = outcome.result == Waiting && m_stepTime.elapsed() >= timeLimit(step);
+        const Outcome outcome = perform(m_step);
+        const bool late = outcome.result == Waiting && m_stepTime.elapsed() >= timeLimit(m_step);
         if (outcome.result == Failed || late) {
-            print(tr("НЕ ВЫШЛО %1:%2: %3\n    %4").arg(m_fileName).arg(step.line).arg(step.source, outcome.reason));
-            savePicture(QStringLiteral("failed.png"));
-            finish(false);
+            fail(outcome.reason);
             return;
         }
         m_performed = outcome.result == Done;
     }
     if (!m_performed || m_input.isBusy()) {
         QTimer::singleShot(tickMs, this, &PlayRunner::tick);
+        return;
+    }
+    if (m_pointerFailed) {
+        fail(tr("не вышло двигать указатель: xdotool"));
         return;
     }
     ++m_current;
@@ -159,6 +175,13 @@ int PlayRunner::timeLimit(const PlayStep &step) const
         return std::numeric_limits<int>::max();
     return step.options.contains(QStringLiteral("within")) ? step.options.value(QStringLiteral("within")).toInt()
                                                            : m_timeoutMs;
+}
+
+void PlayRunner::fail(const QString &reason)
+{
+    print(tr("НЕ ВЫШЛО %1:%2: %3\n    %4").arg(m_fileName).arg(m_step.line).arg(m_step.source, reason));
+    savePicture(QStringLiteral("failed.png"));
+    finish(false);
 }
 
 void PlayRunner::finish(bool ok)

@@ -4,12 +4,15 @@
 #include "hostwindow.h"
 #include "play/runrows.h"
 #include "play/widgetfinder.h"
+#include "service/democode.h"
+#include "service/scannersimulator.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QJsonDocument>
 #include <QKeySequence>
 #include <QLineEdit>
 #include <QMenu>
@@ -121,22 +124,30 @@ PlayRunner::Outcome PlayRunner::clickAt(const PlayStep &step, QWidget *widget, Q
     return done();
 }
 
-PlayRunner::Outcome PlayRunner::clickWidget(const PlayStep &step, bool twice)
+PlayRunner::Outcome PlayRunner::placeOfWidget(const QString &name, const QString &point, Place *place)
 {
     QString reason;
-    QWidget *widget = WidgetFinder::widget(step.word(0), &reason);
+    QWidget *widget = WidgetFinder::widget(name, &reason);
     if (!widget)
         return waiting(reason);
     QPoint pos = aim(widget);
-    if (step.options.contains(QStringLiteral("at"))) {
-        const QStringList parts = step.options.value(QStringLiteral("at")).split(QLatin1Char(','));
+    if (!point.isEmpty()) {
+        const QStringList parts = point.split(QLatin1Char(','));
         bool xOk = false;
         bool yOk = false;
         pos = QPoint(parts.value(0).toInt(&xOk), parts.value(1).toInt(&yOk));
         if (parts.size() != 2 || !xOk || !yOk)
             return failed(tr("место пишется как 40,20"));
     }
-    return clickAt(step, widget, pos, twice);
+    *place = {widget, pos};
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::clickWidget(const PlayStep &step, bool twice)
+{
+    Place place;
+    const Outcome found = placeOfWidget(step.word(0), step.options.value(QStringLiteral("at")), &place);
+    return place.widget ? clickAt(step, place.widget, place.pos, twice) : found;
 }
 
 PlayRunner::Outcome PlayRunner::click(const PlayStep &step)
@@ -149,21 +160,31 @@ PlayRunner::Outcome PlayRunner::doubleClick(const PlayStep &step)
     return clickWidget(step, true);
 }
 
-PlayRunner::Outcome PlayRunner::clickRacer(const PlayStep &step)
+PlayRunner::Outcome PlayRunner::placeOfRacer(const PlayStep &step, Place *place)
 {
     QString reason;
     const QString list = RunRows::widgetName(step.word(0), &reason);
     if (list.isEmpty())
         return failed(reason);
     const QJsonObject run = RunRows::run(m_stage.log, step.word(0), step.word(1), &reason);
-    const int place = run.isEmpty() ? -1 : RunRows::place(run, step.word(2), &reason);
-    if (place == -1)
+    const int seat = run.isEmpty() ? -1 : RunRows::place(run, step.word(2), &reason);
+    if (seat == -1)
         return waiting(reason);
     QWidget *row = WidgetFinder::widget(list + QStringLiteral("/#") + step.word(1), &reason);
-    return row ? clickAt(step, row, RunRows::cell(place, row->width()).center(), false) : waiting(reason);
+    if (!row)
+        return waiting(reason);
+    *place = {row, RunRows::cell(seat, row->width()).center()};
+    return done();
 }
 
-PlayRunner::Outcome PlayRunner::clickCellOf(const PlayStep &step, bool twice)
+PlayRunner::Outcome PlayRunner::clickRacer(const PlayStep &step)
+{
+    Place place;
+    const Outcome found = placeOfRacer(step, &place);
+    return place.widget ? clickAt(step, place.widget, place.pos, false) : found;
+}
+
+PlayRunner::Outcome PlayRunner::placeOfCell(const PlayStep &step, Place *place)
 {
     QString reason;
     QAbstractItemView *view = WidgetFinder::view(step.word(0), &reason);
@@ -176,7 +197,53 @@ PlayRunner::Outcome PlayRunner::clickCellOf(const PlayStep &step, bool twice)
     const QRect rect = view->visualRect(index).intersected(view->viewport()->rect());
     if (rect.isEmpty())
         return waiting(tr("ячейка не видна"));
-    return clickAt(step, view->viewport(), rect.center(), twice);
+    *place = {view->viewport(), rect.center()};
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::clickCellOf(const PlayStep &step, bool twice)
+{
+    Place place;
+    const Outcome found = placeOfCell(step, &place);
+    return place.widget ? clickAt(step, place.widget, place.pos, twice) : found;
+}
+
+PlayRunner::Outcome PlayRunner::dragTo(const PlayStep &step, const Place &from, const QString &targetName)
+{
+    Place to;
+    const Outcome found = placeOfWidget(targetName, step.options.value(QStringLiteral("at")), &to);
+    if (!to.widget)
+        return found;
+    for (const Place &place : {from, to}) {
+        const QWidget *window = place.widget->window();
+        if (isBlocked(place.widget) || !window->rect().contains(place.widget->mapTo(window, place.pos)))
+            return waiting(tr("место закрыто или за краем окна"));
+    }
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return failed(tr("перетаскивать можно только на экране X"));
+    m_input.drag(from.widget, from.pos, to.widget, to.pos, [this](bool ok) { m_pointerFailed = !ok; });
+    return done();
+}
+
+PlayRunner::Outcome PlayRunner::drag(const PlayStep &step)
+{
+    Place from;
+    const Outcome found = placeOfWidget(step.word(0), step.options.value(QStringLiteral("from")), &from);
+    return from.widget ? dragTo(step, from, step.word(1)) : found;
+}
+
+PlayRunner::Outcome PlayRunner::dragCell(const PlayStep &step)
+{
+    Place from;
+    const Outcome found = placeOfCell(step, &from);
+    return from.widget ? dragTo(step, from, step.word(3)) : found;
+}
+
+PlayRunner::Outcome PlayRunner::dragRacer(const PlayStep &step)
+{
+    Place from;
+    const Outcome found = placeOfRacer(step, &from);
+    return from.widget ? dragTo(step, from, step.word(3)) : found;
 }
 
 PlayRunner::Outcome PlayRunner::clickCell(const PlayStep &step)
@@ -294,6 +361,26 @@ PlayRunner::Outcome PlayRunner::send(const PlayStep &step)
 {
     m_input.call([this, step] { m_stage.desk->send(step.word(0), step.json); });
     return done();
+}
+
+PlayRunner::Outcome PlayRunner::scan(const PlayStep &step)
+{
+    if (!m_stage.scanner)
+        return failed(tr("нет сканера"));
+    QByteArray bytes;
+    for (const QString &word : step.words) {
+        bool isClient = false;
+        const int clientId = word.toInt(&isClient);
+        bytes += isClient ? QJsonDocument(DemoCode::make(clientId)).toJson(QJsonDocument::Compact) : word.toUtf8();
+    }
+    if (step.hasJson)
+        bytes += QJsonDocument(step.json).toJson(QJsonDocument::Compact);
+    bool ok = true;
+    const int splitAt =
+        step.options.contains(QStringLiteral("split")) ? step.options.value(QStringLiteral("split")).toInt(&ok) : 0;
+    if (!ok || bytes.isEmpty())
+        return failed(tr("нужен номер клиента, текст или JSON"));
+    return m_stage.scanner->write(bytes, splitAt) ? done() : failed(m_stage.scanner->errorText());
 }
 
 PlayRunner::Outcome PlayRunner::showTab(const PlayStep &step)

@@ -1,5 +1,6 @@
 #include "play/playrunner.h"
 
+#include "documents/documentprinter.h"
 #include "eventlogmodel.h"
 #include "play/playmatch.h"
 #include "play/runrows.h"
@@ -61,6 +62,8 @@ PlayRunner::Outcome PlayRunner::mark(const PlayStep &step)
 {
     Q_UNUSED(step)
     m_mark = m_stage.log->lastNumber();
+    if (m_stage.documents)
+        m_documentsMark = m_stage.documents->documents().size();
     return done();
 }
 
@@ -240,4 +243,20 @@ PlayRunner::Outcome PlayRunner::expectLine(const PlayStep &step)
         return waiting(tr("сейчас «%1»").arg(QString::fromUtf8(line)));
     const QJsonObject actual = QJsonDocument::fromJson(line.mid(prefix.size())).object();
     return PlayMatch::isPartOf(step.json, actual) ? done() : waiting(tr("сейчас «%1»").arg(QString::fromUtf8(line)));
+}
+
+PlayRunner::Outcome PlayRunner::expectDocument(const PlayStep &step)
+{
+    if (!m_stage.documents)
+        return failed(tr("здесь нет печати"));
+    QString last;
+    const QVector<PrintedDocument> &documents = m_stage.documents->documents();
+    for (int i = m_documentsMark; i < documents.size(); ++i) {
+        if (documents.at(i).templateName != step.word(0))
+            continue;
+        last = documents.at(i).text;
+        if (PlayMatch::holds(step.word(1), last, step.word(2)))
+            return done();
+    }
+    return waiting(last.isEmpty() ? tr("такого документа не было") : tr("последний: «%1»").arg(last));
 }

@@ -10,7 +10,8 @@
 namespace {
 
 const QString optionNames[] = {QStringLiteral("within"), QStringLiteral("button"), QStringLiteral("with"),
-                               QStringLiteral("role"),   QStringLiteral("at"),     QStringLiteral("prefix")};
+                               QStringLiteral("role"),   QStringLiteral("at"),     QStringLiteral("prefix"),
+                               QStringLiteral("split"),  QStringLiteral("from")};
 
 // Reads a quoted word whose opening quote stands at `pos`; leaves `pos` behind the closing one.
 bool readQuoted(const QString &text, int *pos, QString *word)
