@@ -4,9 +4,13 @@
 #include "modal.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QDrag>
 #include <QJsonDocument>
 #include <QMenu>
+#include <QTimer>
 #include <QtTest>
+#include <QWindow>
 
 namespace {
 
@@ -231,6 +235,44 @@ void TrackOffice::click(QWidget *run, const QPoint &where)
 QImage TrackOffice::picture(QWidget *run)
 {
     return run->grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+bool TrackOffice::drag(QWidget *from, const QPoint &where, const std::function<void(QDrag *)> &inside) const
+{
+    QWidget *tab = m_desk.tab();
+    const QPoint place = from->mapTo(tab, where);
+    bool done = false;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        auto *drag = tab->findChild<QDrag *>();
+        if (done || !drag)
+            return;
+        done = true;
+        inside(drag);
+    });
+    timer.start(5);
+    QTest::mouseMove(tab->windowHandle(), place - QPoint(2, 0));
+    QTest::mousePress(tab->windowHandle(), Qt::LeftButton, Qt::NoModifier, place);
+    for (int step = 1; step <= 2 * QApplication::startDragDistance() && !done; ++step)
+        QTest::mouseMove(tab->windowHandle(), place + QPoint(step, 0));
+    if (!done)
+        QTest::mouseRelease(tab->windowHandle(), Qt::LeftButton, Qt::NoModifier, place);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return done;
+}
+
+void TrackOffice::hover(QWidget *target, const QPoint &where) const
+{
+    const QPoint place = target->mapTo(m_desk.tab(), where);
+    QTest::mouseMove(m_desk.tab()->windowHandle(), place - QPoint(3, 0));
+    QTest::mouseMove(m_desk.tab()->windowHandle(), place);
+}
+
+void TrackOffice::letGo(QWidget *target, const QPoint &where) const
+{
+    hover(target, where);
+    QTest::mouseRelease(m_desk.tab()->windowHandle(), Qt::LeftButton, Qt::NoModifier,
+                        target->mapTo(m_desk.tab(), where));
 }
 
 bool TrackOffice::menu(const std::function<void(QMenu *)> &work)

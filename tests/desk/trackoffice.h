@@ -17,6 +17,7 @@
 #include <functional>
 
 class QAction;
+class QDrag;
 class QMenu;
 
 /// A desk with a queue of runs on a track of its own, and a marshal's hand on the rows. Knows of the desk what a host and
@@ -89,6 +90,15 @@ public:
     static void click(QWidget *run, const QPoint &where);
     static void clickCell(QWidget *run, int index) { click(run, cell(run, index).center()); }
     static QImage picture(QWidget *run);
+
+    /// Presses on a place of a widget and pulls in small steps, as a hand does, until a drag begins. The function runs
+    /// inside the loop of the drag, once; it has to end the drag. False if none began. Wants a platform whose drags have a
+    /// loop of their own and no desktop around them.
+    bool drag(QWidget *from, const QPoint &where, const std::function<void(QDrag *)> &inside) const;
+    /// Takes the drag to a place of a widget.
+    void hover(QWidget *target, const QPoint &where) const;
+    /// Takes the drag there and lets the button go.
+    void letGo(QWidget *target, const QPoint &where) const;
 
     /// Asks for the menu of the runs and works on it; it is closed afterwards. False if none came.
     bool menu(const std::function<void(QMenu *)> &work);

@@ -1343,7 +1343,7 @@ void TestCheckInList::agePerAction_data()
     QTest::newRow("discount") << QStringLiteral("discount") << false;
     QTest::newRow("method") << QStringLiteral("method") << false;
     QTest::newRow("minor's status cell") << QStringLiteral("minor pay") << false;
-    QTest::newRow("safety form") << QStringLiteral("safety") << false;
+    QTest::newRow("safety form") << QStringLiteral("safety") << true;
     QTest::newRow("client news") << QStringLiteral("client") << false;
 }
 

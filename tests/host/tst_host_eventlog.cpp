@@ -20,6 +20,8 @@ private Q_SLOTS:
     void filters_data();
     void filters();
     void writesALineAtOnce();
+    void addsToAFileOrReplacesIt_data();
+    void addsToAFileOrReplacesIt();
     void unwritableFile();
     void viewShowsTheJson();
 };
@@ -105,7 +107,7 @@ void TestEventLog::writesALineAtOnce()
     QVERIFY(directory.isValid());
     const QString name = directory.filePath(QStringLiteral("below/events.jsonl"));
     EventLogModel log;
-    const EventLogWriter writer(name, &log);
+    const EventLogWriter writer(name, EventLogWriter::Append, &log);
     QVERIFY2(writer.isOpen(), qPrintable(writer.errorText()));
     fill(&log);
 
@@ -124,12 +126,36 @@ void TestEventLog::writesALineAtOnce()
     QVERIFY(QDateTime::fromString(second.value(QStringLiteral("time")).toString(), Qt::ISODateWithMs).isValid());
 }
 
+void TestEventLog::addsToAFileOrReplacesIt_data()
+{
+    QTest::addColumn<bool>("replace");
+    QTest::addColumn<int>("lines");
+    QTest::newRow("adds") << false << 6;
+    QTest::newRow("replaces") << true << 3;
+}
+
+void TestEventLog::addsToAFileOrReplacesIt()
+{
+    QFETCH(bool, replace);
+    const QTemporaryDir directory;
+    const QString name = directory.filePath(QStringLiteral("events.jsonl"));
+    for (int run = 0; run < 2; ++run) {
+        EventLogModel log;
+        const EventLogWriter writer(name, replace ? EventLogWriter::Replace : EventLogWriter::Append, &log);
+        QVERIFY2(writer.isOpen(), qPrintable(writer.errorText()));
+        fill(&log);
+    }
+    QFile file(name);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QTEST(int(file.readAll().count('\n')), "lines");
+}
+
 void TestEventLog::unwritableFile()
 {
     QTemporaryDir directory;
     QVERIFY(directory.isValid());
     EventLogModel log;
-    const EventLogWriter writer(directory.path(), &log);
+    const EventLogWriter writer(directory.path(), EventLogWriter::Append, &log);
     QVERIFY(!writer.isOpen());
     QVERIFY(!writer.errorText().isEmpty());
     fill(&log);

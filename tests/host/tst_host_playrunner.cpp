@@ -1,7 +1,8 @@
 #include "deskpluginloader.h"
+#include "documents/documentprinter.h"
 #include "eventlogmodel.h"
 #include "hostwindow.h"
-#include "play/playrunner.h"
+#include "playedday.h"
 #include "runtiming.h"
 #include "trackdatabase.h"
 #include "trackhome.h"
@@ -20,6 +21,7 @@ private Q_SLOTS:
     void plays();
     void answersADialogFromInsideIt();
     void leavesAPicture();
+    void expectsADocument();
     void unreadableScript();
 
 private:
@@ -33,6 +35,7 @@ private:
     QScopedPointer<TrackServices> m_services;
     QScopedPointer<RunTiming> m_timing;
     QScopedPointer<HostWindow> m_window;
+    QScopedPointer<DocumentPrinter> m_documents;
 };
 
 void TestPlayRunner::initTestCase()
@@ -47,6 +50,7 @@ void TestPlayRunner::initTestCase()
     m_services.reset(new TrackServices(&m_desk, m_database.data()));
     m_timing.reset(new RunTiming(&m_desk, m_database.data()));
     m_window.reset(new HostWindow(&m_desk, m_services.data(), m_timing.data(), m_database.data(), &m_log));
+    m_documents.reset(new DocumentPrinter(m_home->templatesDirectory(), m_home->printedDirectory()));
     m_window->resize(900, 600);
     m_window->show();
     QVERIFY(QTest::qWaitForWindowActive(m_window.data()));
@@ -54,26 +58,9 @@ void TestPlayRunner::initTestCase()
 
 bool TestPlayRunner::play(const QString &text)
 {
-    QFile script(m_home->path(QStringLiteral("test.play")));
-    if (!script.open(QIODevice::WriteOnly))
-        return false;
-    script.write(text.toUtf8());
-    script.close();
-
-    PlayRunner runner({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory()});
-    QString error;
-    if (!runner.load(script.fileName(), &error)) {
-        qWarning("%s", qPrintable(error));
-        return false;
-    }
-    QSignalSpy finished(&runner, &PlayRunner::finished);
-    // A dialog that is still open would keep this function in its loop.
-    connect(&runner, &PlayRunner::finished, this, [] {
-        if (QWidget *dialog = QApplication::activeModalWidget())
-            dialog->close();
-    });
-    runner.start();
-    return finished.wait(20000) && finished.at(0).at(0).toBool();
+    return playDay({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory(), nullptr,
+                    nullptr, m_documents.data()},
+                   text);
 }
 
 void TestPlayRunner::plays_data()
@@ -112,10 +99,11 @@ void TestPlayRunner::plays_data()
     row("no such file", "expectNoFile Documents/none", true);
     row("a missing file", "expectFile Documents/none contains a within=100", false);
     row("lines of a file", "expectLines test.play 1", true);
-    row("no run", "expectRun queue 0 {\"runNum\": 1} within=100", false);
+    row("no run", "expectRun queue 0 within=100 {\"runNum\": 1}", false);
     row("no list of runs", "clickRacer pit 0 Орлова", false);
     row("no event", "mark\nexpectNoEvent insert_tab\nexpectEvents", true);
     row("an event that never comes", "mark\nexpectEvent insert_tab within=100", false);
+    row("a scan without a scanner", "scan 17", false);
     row("answer without a dialog", "answer Yes within=100", false);
     row("a wait", "timeout 50\nwait 200", true);
 }
@@ -147,6 +135,28 @@ void TestPlayRunner::leavesAPicture()
     QCOMPARE(picture.size(), m_window->size());
     QVERIFY(!play(QStringLiteral("click nobody within=50\n")));
     QVERIFY(QFile::exists(m_home->path(QStringLiteral("failed.png"))));
+}
+
+void TestPlayRunner::expectsADocument()
+{
+    const auto print = [this](const char *name) {
+        m_documents->take(QStringLiteral("ticket_plugin"), QStringLiteral("print_document"),
+                          {{QStringLiteral("templateName"), QStringLiteral("pos_ticket")},
+                           {QStringLiteral("printParams"),
+                            QJsonObject{{QStringLiteral("CLIENTNAME"), QString::fromUtf8(name)},
+                                        {QStringLiteral("PINCODE"), QStringLiteral("4821")}}}});
+    };
+    QVERIFY(!play(QStringLiteral("expectDocument pos_ticket contains ПИН within=100\n")));
+    QTimer::singleShot(200, this, [print] {
+        print("Орлова");
+        print("Белов");
+    });
+    QVERIFY(play(QStringLiteral("mark\nexpectDocument pos_ticket contains \"ПИН: 4821\"\n"
+                                "expectDocument pos_ticket contains Орлова\n"
+                                "expectDocument pos_ticket contains Белов\n")));
+    QVERIFY(!play(QStringLiteral("expectDocument safety contains Орлова within=100\n")));
+    QVERIFY(!play(QStringLiteral("expectDocument pos_ticket contains Морозова within=100\n")));
+    QVERIFY(!play(QStringLiteral("mark\nexpectDocument pos_ticket contains Орлова within=100\n")));
 }
 
 void TestPlayRunner::unreadableScript()

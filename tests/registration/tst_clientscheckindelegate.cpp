@@ -143,6 +143,7 @@ private Q_SLOTS:
     void discounted_data();
     void discounted();
     void paidBy();
+    void openEditorsKeepWhatTheyWereOpenedWith();
     void otherCellsAreWrittenByTheBase();
 
     void returnInTheDiscountEditor();
@@ -796,6 +797,30 @@ void ClientsCheckInDelegateTest::paidBy()
     delegate->setModelData(combo, &desk->list, cell);
     QCOMPARE(racer.payMethod, QStringLiteral("Карта"));
     QCOMPARE(desk->log.take(), (QStringList{"dataChanged 0:7..0:7", "checkInListUpdated"}));
+}
+
+void ClientsCheckInDelegateTest::openEditorsKeepWhatTheyWereOpenedWith()
+{
+    const CheckInItem &racer = addFamily(Family::Unpaid);
+    auto *sales = createEditor<QComboBox>(desk->cell("SALES_ITEM"));
+    auto *methods = createEditor<QComboBox>(desk->cell("PAYMETHOD"));
+    const QString shownSale = sales->itemText(1);
+    const double shownPrice = desk->price(Adult).sum;
+    QCOMPARE(shownSale, desk->price(Adult).salesItem);
+
+    // The settings are accepted: another price block is the current one, and the payment methods have changed places.
+    desk->prices.currentPriceType = 4711;
+    QVERIFY(desk->prices.currentPriceItems().isEmpty());
+    desk->prices.payMethods = QStringList{"Карта", "Наличные"};
+
+    sales->setCurrentIndex(1);
+    delegate->setModelData(sales, &desk->list, desk->cell("SALES_ITEM"));
+    QCOMPARE(racer.salesItem, shownSale);
+    QCOMPARE(racer.price, shownPrice);
+    methods->setCurrentIndex(1);
+    QCOMPARE(methods->currentText(), QStringLiteral("Карта"));
+    delegate->setModelData(methods, &desk->list, desk->cell("PAYMETHOD"));
+    QCOMPARE(racer.payMethod, QStringLiteral("Карта"));
 }
 
 void ClientsCheckInDelegateTest::otherCellsAreWrittenByTheBase()

@@ -40,6 +40,8 @@ private Q_SLOTS:
     void names();
     void newestOnTop();
     void sameRacerComesAgain();
+    void withoutUuid();
+    void sameRacerAfterTheCut();
     void timestamp_data();
     void timestamp();
     void currentPinCodeIsDropped();
@@ -47,6 +49,7 @@ private Q_SLOTS:
     void loading();
     void loadingDamaged_data();
     void loadingDamaged();
+    void loadingALongFile();
     void loadingWithoutFile();
     void neverWritten();
     void ageing_data();
@@ -162,6 +165,26 @@ void RegHistoryModelTest::sameRacerComesAgain()
     QCOMPARE(shown(), (QStringList{"Новый", "Другой"}));
 }
 
+/// Records without an identity count as one racer.
+void RegHistoryModelTest::withoutUuid()
+{
+    model->addRecord(JsonMatch::object(R"({"lastName":"Первый"})"));
+    model->addRecord(person("Другой", "{b}"));
+    model->addRecord(JsonMatch::object(R"({"lastName":"Второй","uuid":""})"));
+    QCOMPARE(shown(), (QStringList{"Второй", "Другой"}));
+}
+
+void RegHistoryModelTest::sameRacerAfterTheCut()
+{
+    model->addRecord(person("Вчера", "{a}", present - 1));
+    model->addRecord(person("Другой", "{b}"));
+    model->removeOlderThan(QDateTime::fromSecsSinceEpoch(present));
+    model->addRecord(person("Сегодня", "{a}"));
+    QCOMPARE(shown(), (QStringList{"Сегодня", "Другой"}));
+    model->addRecord(person("Ещё раз", "{b}"));
+    QCOMPARE(shown(), (QStringList{"Ещё раз", "Сегодня"}));
+}
+
 void RegHistoryModelTest::timestamp_data()
 {
     QTest::addColumn<QJsonValue>("stored");
@@ -232,6 +255,24 @@ void RegHistoryModelTest::loadingDamaged()
                                                   R"({"lastName":"Третий","uuid":"{c}"})");
     model->load();
     QCOMPARE(shown(), (QStringList{"Второй", "Первый"}));
+}
+
+/// Somebody else writes the file, and nobody cuts it down: a season's registrations come back as fast as they are read.
+void RegHistoryModelTest::loadingALongFile()
+{
+    constexpr int Count = 30000;
+    QByteArray bytes;
+    for (int number = 0; number < Count; ++number) {
+        // Every tenth one is the first one again.
+        const int racer = number % 10 == 9 ? 0 : number;
+        bytes +=
+            R"({"lastName":")" + QByteArray::number(number) + R"(","uuid":"{)" + QByteArray::number(racer) + "}\"}\n";
+    }
+    track->writeJournal("reghistory.state", bytes);
+    model->load();
+    QCOMPARE(model->rowCount(), Count - Count / 10);
+    QCOMPARE(shown().mid(0, 3), (QStringList{"29999", "29998", "29997"}));
+    QCOMPARE(shown().constLast(), QStringLiteral("1"));
 }
 
 void RegHistoryModelTest::loadingWithoutFile()

@@ -1,10 +1,43 @@
 #include "hostprobe.h"
 
 #include <QAbstractItemView>
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
 #include <QThread>
 #include <QtTest>
 
 #include <utility>
+
+namespace {
+
+/// Appends one event to a file of this process in the folder that LAPVANE_RECORD_TRAFFIC names, a line of JSON as in the
+/// bench host's event log; without the variable nothing is written. docs/api/check_traffic.py reads such files. Any
+/// thread.
+void writeDown(const char *direction, const QString &module, const QString &event, const QJsonObject &data)
+{
+    const QString folder = qEnvironmentVariable("LAPVANE_RECORD_TRAFFIC");
+    if (folder.isEmpty())
+        return;
+    const QJsonObject line{
+        {QStringLiteral("time"), QDateTime::currentDateTime().toString(Qt::ISODateWithMs)},
+        {QStringLiteral("direction"), QString::fromLatin1(direction)},
+        {QStringLiteral("module"), module},
+        {QStringLiteral("event"), event},
+        {QStringLiteral("data"), data},
+    };
+    static QMutex mutex;
+    const QMutexLocker lock(&mutex);
+    QFile file(QStringLiteral("%1/%2-%3.jsonl")
+                   .arg(folder, QFileInfo(QCoreApplication::applicationFilePath()).baseName(),
+                        QString::number(QCoreApplication::applicationPid())));
+    if (file.open(QIODevice::Append))
+        file.write(QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n');
+}
+
+} // namespace
 
 HostProbe::HostProbe(const QString &libraryFile, Unload unload)
 {
@@ -34,6 +67,7 @@ bool HostProbe::load()
 
 void HostProbe::record(const QString &module, const QString &event, const QJsonObject &data)
 {
+    writeDown("fromDesk", module, event, data);
     if (event == QLatin1String("insert_tab"))
         m_tab = widgetAt(data.value(QLatin1String("tabWidget")));
     const HostEvent entry{module, event, data, QThread::currentThread()};
@@ -58,6 +92,7 @@ bool HostProbe::unload()
 
 void HostProbe::send(const QString &event, const QJsonObject &data, const QString &module)
 {
+    writeDown("toDesk", module, event, data);
     m_plugin->pluginSlot(module, event, data);
 }
 
