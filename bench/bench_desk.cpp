@@ -4,13 +4,17 @@
 #include "desktest.h"
 
 #include "plugin/ticketpluginform.h"
+#include "printing/qrdrawing.h"
+#include "printing/ticketlayout.h"
 #include "runqueue/runcontainerwidget.h"
 #include "vaneplugininterface.h"
 
 #include <QFile>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QUuid>
 
@@ -84,6 +88,10 @@ private Q_SLOTS:
     void recalcQueue();
     void restart();
     void floorParsingTheJournals();
+    void wholeDeskForAClient();
+    void ticketAtTheGate();
+    void ticketDrawn();
+    void floorCodeOfATicket();
 
 private:
     void seed() const;
@@ -249,6 +257,50 @@ void BenchDesk::floorParsingTheJournals()
         QVERIFY(QJsonDocument::fromJson(history).isArray());
         for (const QByteArray &line : lines)
             QVERIFY(line.isEmpty() || QJsonDocument::fromJson(line.mid(line.indexOf('{'))).isObject());
+    }
+}
+
+void BenchDesk::wholeDeskForAClient()
+{
+    const QJsonObject request{{QStringLiteral("request"), QStringLiteral("cash_data")}};
+    QBENCHMARK
+    {
+        QCOMPARE(form->handleLocalRequest(request).value(QStringLiteral("checkInList")).toArray().size(), Lines);
+    }
+}
+
+void BenchDesk::ticketAtTheGate()
+{
+    // The last racer of the queue, seated already: every line and every seat before him is looked at.
+    const int lastSeated = Lines + Runs * RacersInRun - 1;
+    const QJsonObject request{
+        {QStringLiteral("request"), QStringLiteral("checkTicket")},
+        {QStringLiteral("pinCode"), QStringLiteral("%1").arg(lastSeated, 4, 10, QLatin1Char('0'))},
+    };
+    QBENCHMARK
+    {
+        QCOMPARE(form->handleRemoteRequest(request).value(QStringLiteral("status")).toString(), QStringLiteral("ok"));
+    }
+}
+
+void BenchDesk::ticketDrawn()
+{
+    QImage paper(576, 800, QImage::Format_RGB32);
+    const TicketLayout::Ticket ticket =
+        TicketLayout::ticketOf(racer(1), 0, QStringLiteral("Картодром"), QDateTime::currentDateTime());
+    QBENCHMARK
+    {
+        paper.fill(Qt::white);
+        QPainter painter(&paper);
+        TicketLayout::drawTicket(painter, paper.rect(), ticket);
+    }
+}
+
+void BenchDesk::floorCodeOfATicket()
+{
+    QBENCHMARK
+    {
+        QVERIFY(QrDrawing::encode(TicketLayout::qrPayload(QStringLiteral("0001")), qrcodegen::QrCode::Ecc::HIGH));
     }
 }
 
