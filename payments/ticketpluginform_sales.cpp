@@ -20,8 +20,6 @@ void TicketPluginForm::paymentUpdate(QJsonObject json)
 void TicketPluginForm::on_pbSimplePayment_clicked()
 {
     const QPointer<TicketPluginForm> self(this);
-    // The dialog sells from the price block that it was opened with, also when another one is chosen meanwhile.
-    const int priceType = prices.currentPriceType;
     SimpleSaleDialog dialog(this);
     dialog.setPriceItems(prices.currentPriceItems());
     dialog.setDiscounts(prices.discounts);
@@ -31,7 +29,7 @@ void TicketPluginForm::on_pbSimplePayment_clicked()
     QJsonObject record = dialog.paymentJson();
     if (record.isEmpty())
         return;
-    record.insert(QLatin1String("priceType"), priceType);
+    record.insert(QLatin1String("priceType"), prices.currentPriceType);
     paymentUpdate(record);
 }
 

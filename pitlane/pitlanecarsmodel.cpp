@@ -27,7 +27,6 @@ PitLaneCarsModel::PitLaneCarsModel(QObject *parent)
     : QObject(parent)
 {
     load();
-    Q_EMIT pitLaneChanged(pitlaneData);
 }
 
 void PitLaneCarsModel::transponderHits(const QJsonObject &json)
@@ -93,9 +92,11 @@ void PitLaneCarsModel::removeSelected()
             selected.append(car.transponderId);
     }
     for (const qint32 transponderId : qAsConst(selected)) {
-        const int index = indexOf(transponderId);
-        // Gone with the one before, or driven out and in again as another visit.
-        if (index != -1 && carsInPitlane.at(index).selected)
+        const auto present = [transponderId](const PitLaneCar &car) { return car.transponderId == transponderId; };
+        const auto marked = [&present](const PitLaneCar &car) { return present(car) && car.selected; };
+        // A car that drove out and in again meanwhile is another visit, which nobody has selected.
+        if (std::none_of(carsInPitlane.cbegin(), carsInPitlane.cend(), present)
+            || std::any_of(carsInPitlane.cbegin(), carsInPitlane.cend(), marked))
             carOut(transponderId);
     }
 }
@@ -127,12 +128,13 @@ QJsonObject PitLaneCarsModel::pitlaneJson() const
 void PitLaneCarsModel::load()
 {
     QFile file(journal());
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    pitlaneData = JsonRead::object(file.readAll()).value_or(QJsonObject());
-    const QJsonArray cars = pitlaneData.value(CarsInPitlane).toArray();
-    for (const QJsonValue &car : cars)
-        carsInPitlane.append(PitLaneCar::fromJson(car.toObject()));
+    if (file.open(QIODevice::ReadOnly)) {
+        pitlaneData = JsonRead::object(file.readAll()).value_or(QJsonObject());
+        const QJsonArray cars = pitlaneData.value(CarsInPitlane).toArray();
+        for (const QJsonValue &car : cars)
+            carsInPitlane.append(PitLaneCar::fromJson(car.toObject()));
+    }
+    Q_EMIT pitLaneChanged(pitlaneData);
 }
 
 void PitLaneCarsModel::save() const

@@ -170,18 +170,18 @@ void TestPitLane::widgetShowsTheLane()
     showLane();
     QCOMPARE(tile(0), Free);
     in(11);
-    QCOMPARE(tile(0), QColor("#ff8000"));
+    QCOMPARE(tile(0), QColor(0xff, 0x80, 0x00));
     in(12);
     in(13);
     in(99);
     // The stranger, then Rimo, then the two of Sodi.
     QCOMPARE(tile(0), QColor(Qt::white));
-    QCOMPARE(tile(1), QColor("#008000"));
-    QCOMPARE(tile(2), QColor("#ff8000"));
-    QCOMPARE(tile(2, 1), QColor("#ff8000"));
+    QCOMPARE(tile(1), QColor(0x00, 0x80, 0x00));
+    QCOMPARE(tile(2), QColor(0xff, 0x80, 0x00));
+    QCOMPARE(tile(2, 1), QColor(0xff, 0x80, 0x00));
     QCOMPARE(tile(3), Free);
     out(99);
-    QCOMPARE(tile(0), QColor("#008000"));
+    QCOMPARE(tile(0), QColor(0x00, 0x80, 0x00));
     const QImage shot = lane()->grab().toImage();
     QCOMPARE(shot.pixelColor(8, 40), QColor(Qt::black));
     QCOMPARE(shot.pixelColor(7, 40), Free);
@@ -344,7 +344,7 @@ void TestPitLane::everybodyIsUnknownAfterARestart()
     reopen();
     QCOMPARE(track->readJournal(Journal), bytes);
     showLane();
-    QCOMPARE(tile(0), QColor("#ff8000"));
+    QCOMPARE(tile(0), QColor(0xff, 0x80, 0x00));
     in(12);
     JSON_CONTAINS(stored(), JsonMatch::array(R"([{"num":"7","isUnknown":false},{"num":"","isUnknown":true}])"));
 }

@@ -523,7 +523,8 @@ void TestSafety::deskGoesRightAfterwards()
         QVERIFY2(clock.elapsed() < 10000, "the desk waits too long");
         // What it has left in the event queue is delivered now.
         HostProbe::settle(10);
-        for (const HostEvent &event : probe.events())
+        const QVector<HostEvent> events = probe.events();
+        for (const HostEvent &event : events)
             QCOMPARE(event.thread, QThread::currentThread());
         // The first desk of a process wakes helpers of Qt's that stay for a while.
         if (round == 0)

@@ -507,7 +507,8 @@ void TestSales::nothingToPay()
     QCOMPARE(paymentCount(), 0);
 }
 
-// A client changes the price block: the cashier goes on selling from the one on the screen.
+// A client changes the price block: the cashier goes on selling the items on the screen. The payment counts in the
+// block of the moment when it is taken, like its name.
 void TestSales::priceBlockWhileOpen()
 {
     stockPrices();
@@ -529,7 +530,8 @@ void TestSales::priceBlockWhileOpen()
     QCOMPARE(desk().find<QComboBox *>(QStringLiteral("cbPricesNames"))->currentText(), text("Вечер"));
     const QList<QJsonObject> rows = payments(1);
     QCOMPARE(rows.size(), 1);
-    JSON_CONTAINS(rows.first(), object(R"({"sum": 200, "tariff": 200, "price_id": 3, "price_type": -1})"));
+    JSON_CONTAINS(rows.first(), object(R"({"sum": 200, "tariff": 200, "price_id": 3})"));
+    QCOMPARE(rows.first().value(QLatin1String("price_type")).toInt(), evening);
 }
 
 void TestSales::settingsWhileOpen()
@@ -623,7 +625,7 @@ void TestSales::refundDialog_data()
     QTest::newRow("percentage as number") << QJsonValue(20) << 400.0;
     QTest::newRow("amount") << QJsonValue(QStringLiteral("=50.5")) << 449.5;
     QTest::newRow("percent sign") << QJsonValue(QStringLiteral("10%")) << 500.0;
-    QTest::newRow("none") << QJsonValue(QStringLiteral("")) << 500.0;
+    QTest::newRow("none") << QJsonValue(QString()) << 500.0;
 }
 
 void TestSales::refundDialog()
@@ -738,28 +740,28 @@ void TestSales::refundGoesToTheService()
     desk().clear();
     // The worker offers the row again with each payment that follows.
     select(1, 1);
-    QList<QJsonObject> batches;
-    const auto link =
-        connect(desk().plugin(), &VanePluginInterface::pluginSignal, this,
-                [&](const QString &, const QString &event, const QJsonObject &sent) {
-                    if (event != QLatin1String("update_remote_payments"))
-                        return;
-                    batches.append(sent);
-                    // The service is quick: it takes them while the desk still tells of them.
-                    QJsonArray taken;
-                    const QJsonArray items = sent.value(QLatin1String("itemsList")).toArray();
-                    for (const QJsonValue &item : items)
-                        taken.append(item.toObject().value(QLatin1String("dbId")));
-                    desk().send(QStringLiteral("payments_update_data"), {{QStringLiteral("updatedList"), taken}});
-                });
+    const auto batches = std::make_shared<QList<QJsonObject>>();
+    auto watch = std::make_unique<QObject>();
+    connect(desk().plugin(), &VanePluginInterface::pluginSignal, watch.get(),
+            [this, batches](const QString &, const QString &event, const QJsonObject &sent) {
+                if (event != QLatin1String("update_remote_payments"))
+                    return;
+                batches->append(sent);
+                // The service is quick: it takes them while the desk still tells of them.
+                QJsonArray taken;
+                const QJsonArray items = sent.value(QLatin1String("itemsList")).toArray();
+                for (const QJsonValue &item : items)
+                    taken.append(item.toObject().value(QLatin1String("dbId")));
+                desk().send(QStringLiteral("payments_update_data"), {{QStringLiteral("updatedList"), taken}});
+            });
     refund([](QDialog *dialog) {
         type(text("Град"));
         clickOk(dialog);
     });
     QTRY_COMPARE(track().value(QStringLiteral("SELECT COUNT(*) FROM payments WHERE remote_updated=1")).toInt(), 2);
-    disconnect(link);
-    QCOMPARE(batches.size(), 1);
-    const QJsonArray items = batches.first().value(QLatin1String("itemsList")).toArray();
+    watch.reset();
+    QCOMPARE(batches->size(), 1);
+    const QJsonArray items = batches->first().value(QLatin1String("itemsList")).toArray();
     QCOMPARE(items.size(), 2);
     JSON_CONTAINS(items.at(1), object(R"({"sum": -450, "tariff": 500, "discount": "10", "itemsCount": -1, "clientId": 7,
         "clientName": "Орлова Анна Львовна", "cashierId": 5, "payKind": "Карта", "payState": 1, "comment": "Град",
@@ -947,32 +949,32 @@ void TestSales::hostAnswersTheRefund()
     QFETCH(QString, answer);
     QVERIFY(openQueue(threeRuns()));
     select(0, 0);
-    bool answered = false;
-    const auto link =
-        connect(desk().plugin(), &VanePluginInterface::pluginSignal, this,
-                [&](const QString &, const QString &emitted) {
-                    if (answered || emitted != event)
-                        return;
-                    answered = true;
-                    const QStringList guids =
-                        answer == QLatin1String("closes the run")
-                            ? QStringList{QStringLiteral("{A}")}
-                            : QStringList{QStringLiteral("{A}"), QStringLiteral("{B}"), QStringLiteral("{C}")};
-                    if (answer == QLatin1String("takes the other seat")) {
-                        request("remove_racer_from_run", object(R"({"runGuid": "{B}", "racerGuid": "{r}"})"));
-                        return;
-                    }
-                    for (const QString &guid : guids) {
-                        if (answer == QLatin1String("deletes all runs"))
-                            request("delete_run_from_queue", {{QStringLiteral("runGuid"), guid}});
-                        else
-                            desk().send(QStringLiteral("run_closed"), {{QStringLiteral("runQueueGuid"), guid}});
-                    }
-                    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-                });
+    const auto answered = std::make_shared<bool>(false);
+    auto watch = std::make_unique<QObject>();
+    connect(desk().plugin(), &VanePluginInterface::pluginSignal, watch.get(),
+            [this, answered, event, answer](const QString &, const QString &emitted) {
+                if (*answered || emitted != event)
+                    return;
+                *answered = true;
+                const QStringList guids =
+                    answer == QLatin1String("closes the run")
+                        ? QStringList{QStringLiteral("{A}")}
+                        : QStringList{QStringLiteral("{A}"), QStringLiteral("{B}"), QStringLiteral("{C}")};
+                if (answer == QLatin1String("takes the other seat")) {
+                    request("remove_racer_from_run", object(R"({"runGuid": "{B}", "racerGuid": "{r}"})"));
+                    return;
+                }
+                for (const QString &guid : guids) {
+                    if (answer == QLatin1String("deletes all runs"))
+                        request("delete_run_from_queue", {{QStringLiteral("runGuid"), guid}});
+                    else
+                        desk().send(QStringLiteral("run_closed"), {{QStringLiteral("runQueueGuid"), guid}});
+                }
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            });
     refund([](QDialog *dialog) { clickOk(dialog); });
-    disconnect(link);
-    QVERIFY(answered);
+    watch.reset();
+    QVERIFY(*answered);
     const QList<QJsonObject> rows = payments(1);
     QCOMPARE(rows.size(), 1);
     JSON_CONTAINS(rows.first(), object(R"({"sum": -450, "tickets_count": -1, "client_id": 7})"));

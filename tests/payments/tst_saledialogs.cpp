@@ -361,7 +361,7 @@ void SaleDialogsTest::recordedDiscounts_data()
     QTest::addColumn<double>("paySum");
     QTest::newRow("no discount") << "-" << QJsonValue(QStringLiteral("-")) << 200.0;
     QTest::newRow("empty") << "" << QJsonValue(QJsonValue::Undefined) << 200.0;
-    QTest::newRow("blanks") << "  " << QJsonValue(QStringLiteral("")) << 200.0;
+    QTest::newRow("blanks") << "  " << QJsonValue(QString()) << 200.0;
     QTest::newRow("amount") << "= 50" << QJsonValue(QStringLiteral("=50")) << 150.0;
     QTest::newRow("amount of the list") << "50 " << QJsonValue(QStringLiteral("50")) << 100.0;
     QTest::newRow("percentage") << "10 %" << QJsonValue(QStringLiteral("10%")) << 180.0;

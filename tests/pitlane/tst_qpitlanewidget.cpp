@@ -117,7 +117,7 @@ void QPitlaneWidgetTest::init()
     table = QJsonObject();
     widget = std::make_unique<QPitlaneWidget>();
     QPalette palette = widget->palette();
-    palette.setColor(QPalette::Window, QColor("#fefefe"));
+    palette.setColor(QPalette::Window, QColor(0xfe, 0xfe, 0xfe));
     widget->setPalette(palette);
     widget->resize(400, 300);
     widget->setModel(model.get());
@@ -173,7 +173,7 @@ void QPitlaneWidgetTest::frame()
         if (!withModel)
             widget->setModel(nullptr);
         const QImage shot = picture();
-        const QColor ground("#fefefe");
+        const QColor ground(0xfe, 0xfe, 0xfe);
         const QColor gray(Qt::gray);
         QCOMPARE(at(shot, 0, 100), ground);
         QCOMPARE(at(shot, 1, 100), gray);
@@ -194,8 +194,8 @@ void QPitlaneWidgetTest::firstTile()
 {
     enter(1, "", "#ff8000");
     const QImage shot = picture();
-    const QColor ground("#fefefe");
-    const QColor orange("#ff8000");
+    const QColor ground(0xfe, 0xfe, 0xfe);
+    const QColor orange(0xff, 0x80, 0x00);
     const QColor black(Qt::black);
     QCOMPARE(model->cars().constFirst().rect, QRect(8, 8, 64, 64));
     // The border runs on the rectangle's first pixels and right behind its last ones.
@@ -225,14 +225,14 @@ void QPitlaneWidgetTest::columnsByModel()
     const QPoint middle(32, 32);
     const auto tile = [&](int column, int row) { return QPoint(8 + 72 * column, 8 + 72 * row) + middle; };
     const auto colorAt = [&](int column, int row) { return shot.pixelColor(tile(column, row)); };
-    QCOMPARE(colorAt(0, 0), QColor("#808000"));
-    QCOMPARE(colorAt(0, 1), QColor("#fefefe"));
-    QCOMPARE(colorAt(1, 0), QColor("#ff0000"));
-    QCOMPARE(colorAt(1, 1), QColor("#fefefe"));
-    QCOMPARE(colorAt(2, 0), QColor("#0000ff"));
-    QCOMPARE(colorAt(2, 1), QColor("#00ff00"));
-    QCOMPARE(colorAt(2, 2), QColor("#00ffff"));
-    QCOMPARE(colorAt(3, 0), QColor("#fefefe"));
+    QCOMPARE(colorAt(0, 0), QColor(0x80, 0x80, 0x00));
+    QCOMPARE(colorAt(0, 1), QColor(0xfe, 0xfe, 0xfe));
+    QCOMPARE(colorAt(1, 0), QColor(0xff, 0x00, 0x00));
+    QCOMPARE(colorAt(1, 1), QColor(0xfe, 0xfe, 0xfe));
+    QCOMPARE(colorAt(2, 0), QColor(0x00, 0x00, 0xff));
+    QCOMPARE(colorAt(2, 1), QColor(0x00, 0xff, 0x00));
+    QCOMPARE(colorAt(2, 2), QColor(0x00, 0xff, 0xff));
+    QCOMPARE(colorAt(3, 0), QColor(0xfe, 0xfe, 0xfe));
     QList<QRect> rects;
     for (const PitLaneCar &car : model->cars())
         rects.append(car.rect);
@@ -302,7 +302,7 @@ void QPitlaneWidgetTest::textColor()
 
 void QPitlaneWidgetTest::labels()
 {
-    const QColor ground("#ffff00");
+    const QColor ground(0xff, 0xff, 0x00);
     const QRect above(10, 10, 60, 20);
     const QRect below(10, 50, 60, 20);
     enter(1, "", "#ffff00", "88");
@@ -331,8 +331,8 @@ void QPitlaneWidgetTest::borders()
     QVERIFY(model->selectAt(QPoint(40, 40)));
     const QImage shot = picture();
     const QColor black(Qt::black);
-    const QColor orange("#ff8000");
-    const QColor ground("#fefefe");
+    const QColor orange(0xff, 0x80, 0x00);
+    const QColor ground(0xfe, 0xfe, 0xfe);
     // Two pixels around the selected tile, one around the other.
     QCOMPARE(at(shot, 6, 40), ground);
     QCOMPARE(at(shot, 7, 40), black);
@@ -377,10 +377,10 @@ void QPitlaneWidgetTest::repaintsOnChange()
 void QPitlaneWidgetTest::modelGoesFirst()
 {
     enter(1, "", "#ff8000");
-    QCOMPARE(at(picture(), 40, 40), QColor("#ff8000"));
+    QCOMPARE(at(picture(), 40, 40), QColor(0xff, 0x80, 0x00));
     model.reset();
     const QImage shot = picture();
-    QCOMPARE(at(shot, 40, 40), QColor("#fefefe"));
+    QCOMPARE(at(shot, 40, 40), QColor(0xfe, 0xfe, 0xfe));
     QCOMPARE(at(shot, 1, 100), QColor(Qt::gray));
     click(QPoint(40, 40));
 }
@@ -391,7 +391,7 @@ void QPitlaneWidgetTest::anotherModel()
     track->removeJournal("pitlanestate.json");
     PitLaneCarsModel other;
     widget->setModel(&other);
-    QCOMPARE(at(picture(), 40, 40), QColor("#fefefe"));
+    QCOMPARE(at(picture(), 40, 40), QColor(0xfe, 0xfe, 0xfe));
     widget->show();
     QVERIFY(QTest::qWaitForWindowExposed(widget.get()));
     QCoreApplication::processEvents();
@@ -411,9 +411,9 @@ void QPitlaneWidgetTest::tilesBeyondTheEdge()
         enter(id, "", "#ff8000");
     const QImage shot = picture();
     QCOMPARE(shot.size(), QSize(100, 150));
-    QCOMPARE(at(shot, 40, 140), QColor("#ff8000"));
+    QCOMPARE(at(shot, 40, 140), QColor(0xff, 0x80, 0x00));
     // No second column, and the last tile keeps its place out of sight.
-    QCOMPARE(at(shot, 90, 40), QColor("#fefefe"));
+    QCOMPARE(at(shot, 90, 40), QColor(0xfe, 0xfe, 0xfe));
     QCOMPARE(model->cars().constLast().rect, QRect(8, 8 + 4 * 72, 64, 64));
 }
 

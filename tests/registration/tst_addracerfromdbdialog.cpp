@@ -111,13 +111,10 @@ void AddRacerFromDbDialogTest::show()
 bool AddRacerFromDbDialogTest::find(const QJsonArray &clients)
 {
     const int before = service->requests().size();
-    bool arrived = false;
-    const auto watch = connect(view()->model(), &QAbstractItemModel::layoutChanged, this, [&] { arrived = true; });
+    QSignalSpy arrivals(view()->model(), &QAbstractItemModel::layoutChanged);
     dialog->on_leSearchString_textEdited("x");
-    const bool found = service->waitFor(before + 1) && service->answer(before, OnlineService::results(clients))
-                       && QTest::qWaitFor([&] { return arrived; });
-    disconnect(watch);
-    return found;
+    return service->waitFor(before + 1) && service->answer(before, OnlineService::results(clients))
+           && QTest::qWaitFor([&arrivals] { return !arrivals.isEmpty(); });
 }
 
 QJsonObject AddRacerFromDbDialogTest::client(int id, const QString &name, const QString &photo)
