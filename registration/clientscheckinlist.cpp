@@ -221,15 +221,28 @@ QModelIndex ClientsCheckInList::addRacer(const QString &firstName, const QString
 
     auto owned = std::make_unique<CheckInItem>();
     CheckInItem &racer = *owned;
-    const QScopedValueRollback<const CheckInItem *> atTheDoor(newcomer, &racer);
-    PinDraw pins;
-    const QScopedValueRollback<PinDraw *> oneDraw(familyPins, &pins);
     racer.firstName = CheckInRules::normalisedName(firstName);
     racer.lastName = CheckInRules::normalisedName(lastName);
     racer.midName = CheckInRules::normalisedName(midName);
     racer.runCount = runs;
     racer.regTime = regTime != 0 ? regTime : static_cast<quint64>(Clock::secsUtc());
     racer.uuid = uuid.isEmpty() ? QUuid::createUuid().toString() : uuid;
+    drawFamilyPins(racer, kids, salesCommonId);
+    insertAtTop(std::move(owned));
+    updateSum(racer);
+    racer.clientId = clientId;
+    const QPersistentModelIndex added = index(0, 0);
+    Q_EMIT layoutChanged();
+    publish();
+    return added;
+}
+
+/// One draw for the whole family, over before anybody hears of it: whoever is told may draw codes as well.
+void ClientsCheckInList::drawFamilyPins(CheckInItem &racer, const QList<KidRecord> &kids, qint32 salesCommonId)
+{
+    const QScopedValueRollback<const CheckInItem *> atTheDoor(newcomer, &racer);
+    PinDraw pins;
+    const QScopedValueRollback<PinDraw *> oneDraw(familyPins, &pins);
     racer.pinCodes = makePins(racer.runCount, QStringList());
     sellByCommonId(racer, salesCommonId);
     for (const KidRecord &kid : kids) {
@@ -241,13 +254,6 @@ QModelIndex ClientsCheckInList::addRacer(const QString &firstName, const QString
         racer.subItems.push_back(std::move(minor));
         sellByCommonId(added, kid.salesCommonId);
     }
-    insertAtTop(std::move(owned));
-    updateSum(racer);
-    racer.clientId = clientId;
-    const QPersistentModelIndex added = index(0, 0);
-    Q_EMIT layoutChanged();
-    publish();
-    return added;
 }
 
 QModelIndex ClientsCheckInList::addFromJson(const QJsonObject &json)
@@ -893,6 +899,7 @@ void ClientsCheckInList::itemsUndropped(QJsonArray jsonList)
         } else if (json.value(QLatin1String("parentUuid")).toString().isEmpty()) {
             auto racer = std::make_unique<CheckInItem>();
             racer->readJson(json);
+            takePinCodes(*racer);
             insertAtTop(std::move(racer));
         }
     }

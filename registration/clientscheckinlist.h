@@ -176,6 +176,7 @@ private:
     const PriceItem *currentPriceByCommonId(qint32 commonId) const;
     void sellByCommonId(CheckInItem &item, qint32 salesCommonId);
     std::unique_ptr<CheckInItem> newMinor(CheckInItem &base, const KidRecord &kid);
+    void drawFamilyPins(CheckInItem &racer, const QList<KidRecord> &kids, qint32 salesCommonId);
     void insertAtTop(std::unique_ptr<CheckInItem> item);
     void emitRowChanged(const CheckInItem &item);
     QSet<QString> pinsInPlay() const;

@@ -30,6 +30,8 @@ void TicketPluginForm::addRacerByHand()
         return;
     const QPersistentModelIndex line = checkInList.addRacer(racer.firstName, racer.lastName, racer.midName, racer.kids,
                                                             QString(), QString(), 0, -1, 0, -1);
+    if (!self)
+        return;
     CheckInItem *item = checkInList.itemAt(line);
     if (!item)
         return;
@@ -47,8 +49,11 @@ void TicketPluginForm::on_actionEditRacer_triggered()
 
 void TicketPluginForm::checkIn_doubleClicked(QModelIndex index)
 {
-    if (index.isValid())
-        editRacer(index);
+    if (!index.isValid())
+        return;
+    // The press that comes before has made the line current; a second click alone has not.
+    const QModelIndex current = ui->tvCheckIn->currentIndex();
+    editRacer(current.isValid() ? current : index);
 }
 
 void TicketPluginForm::editRacer(const QModelIndex &index)
@@ -92,6 +97,8 @@ void TicketPluginForm::editRacer(const QModelIndex &index)
     checkInList.applyFamilyEdit(line, form.firstName, form.lastName, form.midName, form.kids);
     if (form.printRequested && line.isValid())
         printSafety(line);
+    if (!self)
+        return;
     checkInList.publish();
 }
 

@@ -65,6 +65,7 @@ private Q_SLOTS:
     void editNames();
     void editPairsMinorsByPosition();
     void editAddsAMinor();
+    void editTakesTheCurrentRow();
     void editRefusedWhenPaid_data();
     void editRefusedWhenPaid();
     void editWithoutACurrentRow();
@@ -998,6 +999,25 @@ void TestCheckInList::editAddsAMinor()
     QVERIFY(isPin(pin(kids.at(1))));
     QVERIFY(!QUuid(kids.at(1)[QLatin1String("uuid")].toString()).isNull());
     QCOMPARE(m_counter->kidAt(0, 1, Counter::Pos).data().toInt(), 2);
+}
+
+// A second click counts for the line that the press before has made current.
+void TestCheckInList::editTakesTheCurrentRow()
+{
+    QVERIFY(open({Counter::ticket(QStringLiteral("{a}")), Counter::ticket(QStringLiteral("{b}"))}));
+    const auto edited = [this](const QModelIndex &clicked) {
+        QString name;
+        const ModalAnswer answer = ModalAnswer::dialog(AddTitle, [&name](QDialog *dialog) {
+            name = field(dialog, "leLastName");
+            reject(dialog);
+        });
+        QMetaObject::invokeMethod(m_counter->desk().tab(), "checkIn_doubleClicked", Q_ARG(QModelIndex, clicked));
+        return name;
+    };
+    m_counter->tree()->setCurrentIndex(m_counter->at(0, Counter::Name));
+    QCOMPARE(edited(m_counter->at(1, Counter::Name)), QStringLiteral("{a}"));
+    m_counter->tree()->setCurrentIndex(m_counter->at(1, Counter::Name));
+    QCOMPARE(edited(m_counter->at(1, Counter::Comment)), QStringLiteral("{b}"));
 }
 
 void TestCheckInList::editRefusedWhenPaid_data()

@@ -2,6 +2,7 @@
 #include "desktest.h"
 #include "jsonmatch.h"
 
+#include <memory>
 #include <QAction>
 #include <QComboBox>
 #include <QDialog>
@@ -22,6 +23,7 @@ private Q_SLOTS:
     void meanwhile();
     void fromInsideAnEvent_data();
     void fromInsideAnEvent();
+    void hostTakesTheNewcomerOfTheLastCode();
     void editedFamilyLosesAMinor();
     void removalOfASelectionThatShrinks();
     void nestedForms();
@@ -408,6 +410,43 @@ void TestCheckInReentrancy::removalOfASelectionThatShrinks()
     const QList<QJsonObject> lines = counter.lines();
     QCOMPARE(lines.size(), 1);
     QCOMPARE(lines.first().value(QLatin1String("uuid")).toString(), QStringLiteral("{5}"));
+}
+
+// The last code of all is drawn for a racer whom the host removes before it has heard the end of him; the next code then
+// has to come out of those that nobody holds.
+void TestCheckInReentrancy::hostTakesTheNewcomerOfTheLastCode()
+{
+    Counter counter;
+    QJsonArray pins;
+    for (int code = 0; code < 9999; ++code)
+        pins.append(QStringLiteral("%1").arg(code, 4, 10, QLatin1Char('0')));
+    counter.stockPrices();
+    counter.seed(
+        {Counter::ticket(Victim, {{QStringLiteral("runCount"), pins.size()}, {QStringLiteral("pinCodes"), pins}}),
+         counter.sold(Neighbour, {{QStringLiteral("pinCodes"), QJsonArray()}})});
+    QVERIFY(counter.open());
+    const auto answered = std::make_shared<bool>(false);
+    QObject host;
+    connect(counter.desk().plugin(), &VanePluginInterface::pluginSignal, &host,
+            [&counter, answered](const QString &, const QString &event, const QJsonObject &json) {
+                if (*answered || event != QLatin1String("local_request_answer")
+                    || !json.contains(QLatin1String("checkInList")))
+                    return;
+                *answered = true;
+                counter.desk().send(
+                    QStringLiteral("local_request"),
+                    object(R"({"request": "remove_checkin_items", "requestData": {"removeList": ["{n}"]}})"));
+                counter.desk().send(
+                    QStringLiteral("local_request"),
+                    object(R"({"request": "set_new_run_count", "requestData": {"uuid": "{z}", "newRunCount": 3}})"));
+            });
+    counter.desk().send(QStringLiteral("local_request"),
+                        object(R"({"request": "add_new_checkin", "requestData": {"uuid": "{n}", "lastName": "n"}})"));
+    QVERIFY(*answered);
+    QCOMPARE(counter.model()->rowCount(), 2);
+    // Nobody but the first line holds a code now, and one code is left.
+    const QJsonArray codes = find(counter.lines(), Neighbour).value(QLatin1String("pinCodes")).toArray();
+    QCOMPARE(codes, (QJsonArray{QStringLiteral("9999"), QStringLiteral("9999"), QStringLiteral("9999")}));
 }
 
 // The form is open twice, on the same family: both are written, the inner one first.
