@@ -106,9 +106,10 @@ void SettingsPage::pluginSlot(QString moduleName, QString event, QJsonObject jso
         return;
     saveSettings();
     const QPointer<SettingsPage> self(this);
+    const QList<qint32> rows = shownItems();
     Q_EMIT settingsUpdated();
     if (self)
-        refreshPriceViews();
+        refreshPriceViews(rows);
 }
 
 void SettingsPage::on_tvPrices_clicked(QModelIndex index)
@@ -314,12 +315,28 @@ void SettingsPage::saveSettings() const
     settings.setValue(QLatin1String("fixedRunStartTimeInQueue"), ui->cbFixedRunStartTimeInQueue->isChecked());
 }
 
-/// The price book was loaded anew, and a load tells no view. A selection would now stand on other items.
-void SettingsPage::refreshPriceViews()
+/// The common ids of the rows that the price views show.
+QList<qint32> SettingsPage::shownItems() const
 {
+    QList<qint32> ids;
+    const QList<PriceItem> items = pricesModel ? pricesModel->currentPriceItems() : QList<PriceItem>();
+    for (const PriceItem &item : items)
+        ids.append(item.commonId);
+    return ids;
+}
+
+/// The price book was loaded anew, and a load tells no view. A cell that is being edited stays open, unless the rows
+/// are other ones now: its editor and the selection would stand on other items.
+void SettingsPage::refreshPriceViews(const QList<qint32> &rowsBefore)
+{
+    const bool sameRows = shownItems() == rowsBefore;
     const QList<QEditableTreeView *> views = ui->tPrices->findChildren<QEditableTreeView *>();
-    for (QEditableTreeView *view : views)
-        view->reset();
+    for (QEditableTreeView *view : views) {
+        if (sameRows)
+            view->doItemsLayout();
+        else
+            view->reset();
+    }
 }
 
 /// Asks a question that Yes confirms. The page may be gone when it returns.

@@ -4,6 +4,7 @@
 #include "prices/pricesdelegate.h"
 
 #include <QJsonObject>
+#include <QList>
 #include <QMenu>
 #include <QModelIndex>
 #include <QPoint>
@@ -63,7 +64,8 @@ private:
     void preparePriceView(QEditableTreeView *view);
     void loadScannerPorts(const QString &savedPort);
     void saveSettings() const;
-    void refreshPriceViews();
+    QList<qint32> shownItems() const;
+    void refreshPriceViews(const QList<qint32> &rowsBefore);
     bool confirm(const QString &text);
     bool isFixedTab(int tab) const;
     static QEditableTreeView *focusedView(const QAction *action);

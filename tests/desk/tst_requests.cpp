@@ -4,6 +4,9 @@
 
 #include <QAbstractItemModel>
 #include <QComboBox>
+#include <QJsonDocument>
+#include <QPlainTextEdit>
+#include <QSpinBox>
 
 /// Requests that come through the host, the log that goes with them, and the small publications of the form. A new desk
 /// on a new track for each test.
@@ -33,6 +36,7 @@ private Q_SLOTS:
     void priceTypesRefilled();
     void priceItemsRemoved();
     void settingsAccepted();
+    void acceptedSettingsReachTheDesk();
     void settingsPageIgnoresOtherEvents();
 
 private:
@@ -332,6 +336,31 @@ void TestRequests::settingsAccepted()
     QCOMPARE(m_track->setting(QStringLiteral("fixedRunStartTimeInQueue")).toBool(), false);
     QCOMPARE(m_track->setting(QStringLiteral("discounts")).toByteArray(), QByteArray("[\"5\",\"=100\"]"));
     QCOMPARE(m_track->setting(QStringLiteral("paymethods")).toByteArray(), QByteArray("[\"Наличные\",\"Карта\"]"));
+}
+
+// What was accepted counts at once, without a restart.
+void TestRequests::acceptedSettingsReachTheDesk()
+{
+    m_track->addPriceItem({QStringLiteral("A"), 100, QString(), QStringLiteral("#ffffff"), -1, 1});
+    QVERIFY2(m_desk->start(), qPrintable(m_desk->errorString()));
+    const QWidget *page = m_desk->settingsPage();
+    page->findChild<QSpinBox *>(QStringLiteral("sbDefaultRunDuration"))->setValue(7);
+    page->findChild<QPlainTextEdit *>(QStringLiteral("teDiscounts"))->setPlainText(QStringLiteral("5\n\n=3.5"));
+    page->findChild<QPlainTextEdit *>(QStringLiteral("tePayMethods"))->setPlainText(QStringLiteral("QR\nКарта"));
+    m_track->addPriceItem({QStringLiteral("B"), 5, QString(), QStringLiteral("#010203"), -1, 2});
+    QVERIFY(QMetaObject::invokeMethod(m_desk->settingsPage(), "pluginSlot", Q_ARG(QString, QStringLiteral("host")),
+                                      Q_ARG(QString, QStringLiteral("settings_accepted")),
+                                      Q_ARG(QJsonObject, QJsonObject())));
+    m_desk->clear();
+    m_desk->send(QStringLiteral("local_request"), object(R"({"request": "cash_data", "linkGuid": "l"})"));
+    const QByteArray answer =
+        QJsonDocument(m_desk->last(QStringLiteral("local_request_answer"))).toJson(QJsonDocument::Compact);
+    for (const char *news : {"\"B\"", "3.5", "QR", "Карта"})
+        QVERIFY2(answer.contains(news), answer.constData());
+    m_desk->send(QStringLiteral("local_request"),
+                 object(R"({"request": "add_new_run", "requestData": {"runsCount": 1}})"));
+    const QByteArray queue = m_track->readJournal(QStringLiteral("runslist.state"));
+    QVERIFY2(queue.contains("\"finishParam\":420"), queue.constData());
 }
 
 void TestRequests::settingsPageIgnoresOtherEvents()

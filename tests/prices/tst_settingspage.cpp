@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QSerialPortInfo>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -155,6 +156,7 @@ private Q_SLOTS:
     void acceptStoresPort();
     void otherEventsAreIgnored();
     void acceptRefreshesViews();
+    void acceptKeepsTheOpenCell();
     void pricesSurviveACancelledDialog();
     void modelGoesFirst();
 
@@ -1047,6 +1049,26 @@ void SettingsPageTest::acceptRefreshesViews()
     QVERIFY(viewAt(0)->selectionModel()->selectedIndexes().isEmpty());
     QVERIFY(viewAt(0)->visualRect(cell(2, Price)).isValid());
     QVERIFY(!viewAt(0)->visualRect(cell(3, Price)).isValid());
+}
+
+// The host's OK does not move the focus: what is half typed in a cell is still the cashier's.
+void SettingsPageTest::acceptKeepsTheOpenCell()
+{
+    loadTwoBlocks();
+    connect(page.get(), &SettingsPage::settingsUpdated, model.get(), &PricesModel::loadPrices);
+    focusView(0);
+    viewAt(0)->setCurrentIndex(cell(1, Price));
+    viewAt(0)->edit(cell(1, Price));
+    const QPointer<QDoubleSpinBox> editor(viewAt(0)->viewport()->findChild<QDoubleSpinBox *>());
+    QVERIFY(editor);
+    editor->setValue(555);
+    page->pluginSlot(QString(), QStringLiteral("settings_accepted"), QJsonObject());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(editor && editor->isVisible());
+    QCOMPARE(stored(QStringLiteral("sum=555")), 0);
+    QTest::keyClick(editor.data(), Qt::Key_Return);
+    QTRY_COMPARE(stored(QStringLiteral("sum=555")), 1);
+    QCOMPARE(model->data(cell(1, Price), Qt::EditRole).toDouble(), 555.0);
 }
 
 void SettingsPageTest::pricesSurviveACancelledDialog()
