@@ -868,6 +868,14 @@ void ClientsCheckInList::load()
     Q_EMIT layoutChanged();
 }
 
+void ClientsCheckInList::markEnqueued(const QJsonArray &records)
+{
+    for (const QJsonValue &record : records) {
+        if (CheckInItem *item = itemByUuid(record.toObject().value(QLatin1String("uuid")).toString(), true))
+            item->enqueued = true;
+    }
+}
+
 void ClientsCheckInList::itemsDroppedOut(QJsonArray jsonList)
 {
     for (const QJsonValue &value : qAsConst(jsonList)) {

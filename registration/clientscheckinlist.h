@@ -153,6 +153,10 @@ public:
     void save() const;
     void load();
 
+    /// Marks the racers of these records as seated before the host hears of their seats: what it asks for from inside must
+    /// not seat them again. Tells nobody; itemsDroppedOut() follows.
+    void markEnqueued(const QJsonArray &records);
+
 Q_SIGNALS:
     void ticketPrinted(QJsonObject json);
     void toRunsClicked(QJsonObject json);

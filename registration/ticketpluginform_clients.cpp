@@ -98,6 +98,8 @@ void TicketPluginForm::takeScan(const QString &text)
 
 void TicketPluginForm::networkRequestFinished(QNetworkReply *reply)
 {
+    if (!reply)
+        return;
     reply->deleteLater();
     if (reply->error() != QNetworkReply::NoError)
         return;

@@ -49,7 +49,7 @@ std::optional<ServiceQuery::Found> ServiceQuery::oneClient(const QByteArray &byt
     if (!reply || reply->value(QLatin1String("status")).toString() != QLatin1String("ok"))
         return std::nullopt;
     const QJsonArray results = reply->value(QLatin1String("results")).toArray();
-    if (results.size() != 1 || !results.first().isObject())
+    if (results.size() != 1)
         return std::nullopt;
     return Found{reply->value(QLatin1String("code")).toString(), results.first().toObject(), *reply};
 }

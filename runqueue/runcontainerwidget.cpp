@@ -571,6 +571,7 @@ void RunContainerWidget::applyRunParams(const QJsonObject &request)
     finishMode = intOf(request, "finishMode", RunRules::FinishByTime);
     finishParam = RunRules::convertedFinishParam(finishParam, oldMode, finishMode);
     changed();
+    update();
     Q_EMIT runParamsUpdated(runRecord());
 }
 

@@ -59,7 +59,7 @@ RunContainerWidget::RunContainerWidget(QWidget *parent)
     : QWidget(parent)
     , finishedBrush(checkerboard())
     // In another unit until the queue plans the run; nobody sees it before.
-    , startTime(Clock::secsUtc() * MillisecondsInSecond + pauseTime)
+    , startTime(Clock::utc().toMSecsSinceEpoch() + pauseTime)
     , runQueueGuid(QUuid::createUuid().toString())
     , startButton(this)
     , lockButton(this)
@@ -107,6 +107,8 @@ void RunContainerWidget::relayout(const QSize &newSize)
     for (size_t index = 0; index < seats.size(); ++index)
         seats[index]->cell = grid.cell(static_cast<int>(index));
     resize(newSize.width(), grid.height);
+    // Other cells in a row of the same height are drawn anew as well.
+    update();
     Q_EMIT updateSize(size());
 }
 
@@ -136,7 +138,6 @@ void RunContainerWidget::paintEvent(QPaintEvent *event)
         painter.drawRect(selectedCompetitor->cell);
     }
     if (runLocked) {
-        painter.setPen(QPen(Qt::black, 0, Qt::SolidLine));
         painter.setBrush(QBrush(Qt::lightGray, Qt::BDiagPattern));
         painter.drawRect(frame);
     }
@@ -307,7 +308,7 @@ void RunContainerWidget::dragCompetitor(quint64 serial)
     const bool giveUp = index != -1 && taken && hasTarget && (targetIsRun ? action == Qt::MoveAction : !historyRun);
     if (taken && targetIsRun && index != -1 && selectedCompetitor == seats[static_cast<size_t>(index)].get())
         selectedCompetitor = nullptr;
-    if (index != -1 && !giveUp)
+    if (index != -1 && !taken)
         seats[static_cast<size_t>(index)]->color = color;
     if (giveUp)
         eraseCompetitor(index);

@@ -58,6 +58,8 @@ void TicketPluginForm::on_lwRunsList_customContextMenuRequested(QPoint pos)
 
 void TicketPluginForm::assignCarToRacer(QAction *a)
 {
+    if (!a)
+        return;
     QJsonObject request = a->data().toJsonObject();
     const QString guid = request.value(QLatin1String("runQueueUuid")).toString();
     if (guid.isEmpty())

@@ -23,6 +23,9 @@
 
 namespace {
 
+/// A small question's title bar: without a help button, behind which there is nothing.
+constexpr Qt::WindowFlags WithoutHelp = Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
+
 /// Minutes of a setting, or of another program, in seconds; what does not fit counts as the nearest that does.
 qint32 secondsOf(qint32 minutes)
 {
@@ -346,8 +349,8 @@ void TicketPluginForm::on_actionRenameRun_triggered()
     const QPointer<RunContainerWidget> &run = selected.first();
     const QPointer<TicketPluginForm> self(this);
     bool ok = false;
-    const QString name =
-        QInputDialog::getText(this, tr("Переименовать"), tr("Название заезда"), QLineEdit::Normal, run->name(), &ok);
+    const QString name = QInputDialog::getText(this, tr("Переименовать"), tr("Название заезда"), QLineEdit::Normal,
+                                               run->name(), &ok, WithoutHelp);
     if (!self || !ok || !run || rowOfRun(run) == -1)
         return;
     run->forceRunName(name);
@@ -364,7 +367,7 @@ void TicketPluginForm::on_actionRenumberRuns_triggered()
     const QPointer<TicketPluginForm> self(this);
     bool ok = false;
     int number = QInputDialog::getInt(this, tr("Нумерация заездов"), tr("Начальный номер"),
-                                      qMax(1, first->numberFromName()), 1, 1000, 1, &ok);
+                                      qMax(1, first->numberFromName()), 1, 1000, 1, &ok, WithoutHelp);
     const int start = first && self ? rowOfRun(first) : -1;
     if (!ok || start == -1)
         return;

@@ -118,6 +118,7 @@ void TicketPluginForm::on_actionMoveToRuns_triggered()
     // Looked at only now: while the dialog stood there a client program may have seated, refunded or removed somebody,
     // and nobody is seated twice or for nothing.
     const QJsonArray racers = recordsToSeat(lines);
+    checkInList.markEnqueued(racers);
     seatRacers(racers, step, -1);
     if (self)
         checkInList.itemsDroppedOut(racers);
@@ -147,6 +148,7 @@ void TicketPluginForm::itemsDroppedToRun(QJsonArray jsonList, const QObject *tar
     if (!target || qstrcmp(target->metaObject()->className(), "RunContainerWidget") != 0)
         return;
     const QPointer<TicketPluginForm> self(this);
+    checkInList.markEnqueued(jsonList);
     seatRacers(jsonList, 1, qMax(0, rowOfRun(target)));
     if (self)
         checkInList.itemsDroppedOut(jsonList);

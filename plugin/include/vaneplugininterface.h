@@ -48,7 +48,7 @@ public:
     virtual QStringList receivedEvents() = 0;
 
 Q_SIGNALS:
-    /// An event of the module. Nearly all come on the GUI thread; print jobs may come from a thread of their own.
+    /// An event of the module, on the GUI thread. Some print jobs come with a later turn of the event loop.
     void pluginSignal(QString module, QString event, QJsonObject jsonData);
 
 public Q_SLOTS:

@@ -21,6 +21,9 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void nothingToAnswer_data();
+    void nothingToAnswer();
+
     void removeCheckInItems();
     void removeCheckInItemsOfNobody_data();
     void removeCheckInItemsOfNobody();
@@ -52,6 +55,7 @@ private Q_SLOTS:
     void printSafetyOfNobody_data();
     void printSafetyOfNobody();
     void printTicketsWithoutPrinter();
+    void printTicketsWhileTheBoxIsOpen();
     void printTicketsOfNobody_data();
     void printTicketsOfNobody();
 
@@ -60,6 +64,8 @@ private Q_SLOTS:
     void payAndSeatWithStep_data();
     void payAndSeatWithStep();
     void payAndSeatThePaid();
+    void ticketShownWhileSeated_data();
+    void ticketShownWhileSeated();
     void payAndSeatWithUnknownToken_data();
     void payAndSeatWithUnknownToken();
     void payAndSeatRefused_data();
@@ -166,6 +172,42 @@ void TestLocalChanges::cleanup()
 void TestLocalChanges::seedThreeRuns()
 {
     m_desk->seedQueue({{QStringLiteral("{A}")}, {QStringLiteral("{B}")}, {QStringLiteral("{C}")}});
+}
+
+void TestLocalChanges::nothingToAnswer_data()
+{
+    QTest::addColumn<QString>("request");
+    QTest::addColumn<QByteArray>("arguments");
+    QTest::addColumn<QStringList>("heard");
+    const auto row = [](const char *request, const char *arguments, const QStringList &heard) {
+        QTest::newRow(request) << QString::fromLatin1(request) << QByteArray(arguments) << heard;
+    };
+    row("remove_checkin_items", R"({"removeList": ["{b}"]})", {text("list: {a} 2 1000 0 Карта Взрослый -")});
+    row("set_new_discount", R"({"uuid": "{a}", "newDiscountValue": 10})", {});
+    row("set_new_car_model", R"({"uuid": "{b}"})", {});
+    row("set_new_pay_method", R"({"uuidList": ["{a}"], "newPayMethod": "Наличные"})", {});
+    row("update_client_data", R"({"clientId": 17})",
+        {QStringLiteral("update_client_data: {\"clientId\":17,\"trackKey\":\"\"}"),
+         QStringLiteral("update_local_client: {\"clientId\":17}")});
+    row("print_run", R"({"runId": 5})", {QStringLiteral("print_run: {\"runId\":5}")});
+    row("run_control", R"({"cmd": "pause"})", {});
+}
+
+// A program that gave no link waits for no answer: where there is nothing to report, none goes out. The work is done.
+void TestLocalChanges::nothingToAnswer()
+{
+    QFETCH(QString, request);
+    QFETCH(QByteArray, arguments);
+    QFETCH(QStringList, heard);
+    counter().seed({counter().sold(QStringLiteral("{a}")), Counter::ticket(QStringLiteral("{b}"))});
+    QVERIFY(m_desk->open());
+    QJsonObject envelope = RequestDesk::envelope(request, object(arguments.constData()));
+    envelope.remove(QStringLiteral("linkGuid"));
+    QCOMPARE(m_desk->askWith(envelope), heard);
+    if (request == QLatin1String("set_new_discount"))
+        JSON_CONTAINS(line(0), object(R"({"discountValue": "10", "paySum": 900})"));
+    if (request == QLatin1String("set_new_pay_method"))
+        JSON_CONTAINS(line(0), object(R"({"payMethod": "Наличные"})"));
 }
 
 void TestLocalChanges::removeCheckInItems()
@@ -543,6 +585,32 @@ void TestLocalChanges::printTicketsWithoutPrinter()
     QCOMPARE(m_desk->heard(), bare());
 }
 
+// One box at a time, however many programs ask: who asks while it stands there has his answer at once.
+void TestLocalChanges::printTicketsWhileTheBoxIsOpen()
+{
+    counter().seed({counter().sold(QStringLiteral("{a}"), paid())});
+    QVERIFY(m_desk->open());
+    const QJsonObject request =
+        RequestDesk::envelope(QStringLiteral("print_tickets"), object(R"({"uuidList": ["{a}"]})"));
+    QJsonObject ofAnother = request;
+    ofAnother.insert(QStringLiteral("linkGuid"), QStringLiteral("{other}"));
+    BoxFacts facts[2];
+    QStringList meanwhile;
+    const ModalAnswer first = answerBox(&facts[0], QMessageBox::Ok, [&] { meanwhile = m_desk->askWith(ofAnother); });
+    const ModalAnswer second = answerBox(&facts[1], QMessageBox::Ok);
+    host().send(QStringLiteral("local_request"), request);
+    MODAL_VERIFY(first);
+    QCOMPARE(facts[0].text, text("Не найден принтер чеков"));
+    QCOMPARE(meanwhile, QStringList{QStringLiteral("answer: {\"linkGuid\":\"{other}\"}")});
+    QCOMPARE(m_desk->heard(), bare());
+    HostProbe::settle(50);
+    QVERIFY2(!second.answered(), "a second box came");
+    // Once the box is gone, the next ticket has one again.
+    QCOMPARE(m_desk->askWith(request), bare());
+    MODAL_VERIFY(second);
+    QCOMPARE(facts[1].text, text("Не найден принтер чеков"));
+}
+
 void TestLocalChanges::printTicketsOfNobody_data()
 {
     nobodyRows("uuidList");
@@ -655,6 +723,48 @@ void TestLocalChanges::payAndSeatThePaid()
               + RequestDesk::published(QStringLiteral("{A}[{a}:-1] {B}[] {C}[]"))
               + QStringList{QStringLiteral("list: "), RequestDesk::bare()}));
     QCOMPARE(counter().paymentCount(), 0);
+}
+
+void TestLocalChanges::ticketShownWhileSeated_data()
+{
+    QTest::addColumn<bool>("byHand");
+    QTest::addColumn<QString>("gate");
+    for (const char *gate : {"checkTicket", "setRacer"}) {
+        QTest::addRow("by a client, %s", gate) << false << text(gate);
+        QTest::addRow("by hand, %s", gate) << true << text(gate);
+    }
+}
+
+// The racer is at the gate already while the host hears of his seat: he gets the one that he paid for.
+void TestLocalChanges::ticketShownWhileSeated()
+{
+    QFETCH(bool, byHand);
+    QFETCH(QString, gate);
+    seedThreeRuns();
+    counter().seed(
+        {counter().sold(QStringLiteral("{a}"), merged(paid(), object(R"({"runCount": 1, "pinCodes": ["0202"]})")))});
+    QVERIFY(m_desk->open());
+    host().send(QStringLiteral("track_id_updated"), object(R"({"trackId": "T1"})"));
+    QJsonObject ticket = object(R"({"trackId": "T1", "pinCode": "0202"})");
+    ticket.insert(QStringLiteral("request"), gate);
+    const auto shown = std::make_shared<bool>(false);
+    QObject watch;
+    connect(host().plugin(), &VanePluginInterface::pluginSignal, &watch,
+            [this, ticket, shown](const QString &, const QString &event) {
+                if (*shown || event != QLatin1String("replace_run_preset"))
+                    return;
+                *shown = true;
+                host().send(QStringLiteral("remote_control_data"), ticket);
+            });
+    if (byHand) {
+        counter().tree()->setCurrentIndex(counter().at(0, Counter::Name));
+        counter().trigger("actionMoveToRuns");
+    } else {
+        m_desk->ask("pay_and_seat_to_runs", R"({"uuidList": ["{a}"]})");
+    }
+    QVERIFY(*shown);
+    QCOMPARE(m_desk->queue(), QStringLiteral("{A}[{a}:-1] {B}[] {C}[]"));
+    QCOMPARE(counter().model()->rowCount(), 0);
 }
 
 void TestLocalChanges::payAndSeatWithUnknownToken_data()

@@ -110,8 +110,16 @@ private Q_SLOTS:
         QTest::newRow("nobody") << QByteArray(R"({"status": "ok", "results": []})");
         QTest::newRow("no results") << QByteArray(R"({"status": "ok"})");
         QTest::newRow("two") << QByteArray(R"({"status": "ok", "results": [{"clientId": 7}, {"clientId": 8}]})");
-        QTest::newRow("no object") << QByteArray(R"({"status": "ok", "results": ["7"]})");
         QTest::newRow("results are an object") << QByteArray(R"({"status": "ok", "results": {"clientId": 7}})");
+    }
+    /// One entry is one client, even if the service says nothing of it.
+    void clientWithoutData()
+    {
+        const auto found = ServiceQuery::oneClient(R"({"status": "ok", "code": "racer_db_data", "results": ["7"]})");
+        QVERIFY(found);
+        QCOMPARE(found->client, QJsonObject());
+        QCOMPARE(ServiceQuery::publicReply(*found).value(QLatin1String("results")).toArray(),
+                 QJsonArray{QJsonObject()});
     }
     void noClient()
     {
