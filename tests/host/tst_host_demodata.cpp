@@ -1,7 +1,6 @@
 #include "demodata.h"
+#include "hosttrack.h"
 #include "runarchive.h"
-#include "trackdatabase.h"
-#include "trackhome.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -26,41 +25,33 @@ private:
     QVector<QVariantList> rows(const QString &sql);
     QByteArray journal() const;
 
-    QTemporaryDir m_directory;
-    QScopedPointer<TrackHome> m_home;
-    QScopedPointer<TrackDatabase> m_database;
+    HostTrack m_track;
 };
 
 QVector<QVariantList> TestDemoData::rows(const QString &sql)
 {
     QVector<QVariantList> found;
-    if (!m_database->select(sql, &found))
-        qWarning("%s", qPrintable(m_database->errorText()));
+    if (!m_track.database->select(sql, &found))
+        qWarning("%s", qPrintable(m_track.database->errorText()));
     return found;
 }
 
 QByteArray TestDemoData::journal() const
 {
-    QFile file(m_home->journalsDirectory() + QStringLiteral("/tickets.state"));
+    QFile file(m_track.home->journalsDirectory() + QStringLiteral("/tickets.state"));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void TestDemoData::initTestCase()
 {
-    QVERIFY(m_directory.isValid());
-    m_home.reset(new TrackHome(m_directory.path()));
-    QString error;
-    QVERIFY2(m_home->enter(&error), qPrintable(error));
-    QVERIFY2(m_home->makeTree(&error), qPrintable(error));
-    m_database.reset(new TrackDatabase(m_home->databaseFile()));
-    QVERIFY(m_database->prepare());
-    QVERIFY(DemoData(*m_home, m_database.data()).fill());
+    QVERIFY(m_track.open());
+    QVERIFY(DemoData(*m_track.home, m_track.database.data()).fill());
 }
 
 void TestDemoData::carsOfSeveralModels()
 {
     QVERIFY(rows(QStringLiteral("SELECT DISTINCT name FROM cars")).size() >= 2);
-    const int cars = m_database->cars().size();
+    const int cars = m_track.database->cars().size();
     QVERIFY(cars >= 8 && cars <= 12);
     QCOMPARE(rows(QStringLiteral("SELECT DISTINCT num, transponderId FROM cars")).size(), cars);
 }
@@ -159,7 +150,7 @@ void TestDemoData::paidRacerHasAPayment()
 void TestDemoData::secondFillChangesNothing()
 {
     const QByteArray before = journal();
-    QVERIFY(DemoData(*m_home, m_database.data()).fill());
+    QVERIFY(DemoData(*m_track.home, m_track.database.data()).fill());
     QCOMPARE(journal(), before);
     QCOMPARE(rows(QStringLiteral("SELECT id FROM price_types")).size(), 2);
 }
@@ -171,10 +162,10 @@ void TestDemoData::busyDayHasAQueueAndAHistory()
     QString error;
     QVERIFY2(home.makeTree(&error), qPrintable(error));
     // One connection at a time: it goes by a name.
-    m_database.reset();
-    m_database.reset(new TrackDatabase(home.databaseFile()));
-    QVERIFY(m_database->prepare());
-    QVERIFY(DemoData(home, m_database.data()).fill(QSize(3, 9)));
+    m_track.database.reset();
+    m_track.database.reset(new TrackDatabase(home.databaseFile()));
+    QVERIFY(m_track.database->prepare());
+    QVERIFY(DemoData(home, m_track.database.data()).fill(QSize(3, 9)));
     const auto read = [&home](const QString &name) {
         QFile file(home.journalsDirectory() + name);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -207,7 +198,7 @@ void TestDemoData::busyDayHasAQueueAndAHistory()
     QCOMPARE(uuids.removeDuplicates(), 0);
 
     const QJsonArray history = QJsonDocument::fromJson(read(QStringLiteral("/runshistory.state"))).array();
-    const QJsonArray archived = RunArchive(m_database.data()).startedSince(0);
+    const QJsonArray archived = RunArchive(m_track.database.data()).startedSince(0);
     QVERIFY(history.size() >= 2);
     QCOMPARE(archived.size(), history.size());
     for (int run = 0; run < history.size(); ++run) {

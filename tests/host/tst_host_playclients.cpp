@@ -1,12 +1,6 @@
-#include "deskpluginloader.h"
-#include "eventlogmodel.h"
 #include "gateway/clientgateway.h"
-#include "hostwindow.h"
+#include "hosttrack.h"
 #include "playedday.h"
-#include "runtiming.h"
-#include "trackdatabase.h"
-#include "trackhome.h"
-#include "trackservices.h"
 
 #include <QJsonArray>
 #include <QtTest>
@@ -30,46 +24,30 @@ private:
     bool play(const QString &text, const ClientGateway *gateway);
     bool play(const QString &text) { return play(text, m_gateway.data()); }
 
-    QTemporaryDir m_directory;
-    QScopedPointer<TrackHome> m_home;
-    QScopedPointer<TrackDatabase> m_database;
-    DeskPluginLoader m_desk;
-    EventLogModel m_log;
-    QScopedPointer<TrackServices> m_services;
-    QScopedPointer<RunTiming> m_timing;
-    QScopedPointer<HostWindow> m_window;
+    HostOnTrack m_host;
     QScopedPointer<ClientGateway> m_gateway;
 };
 
 void TestPlayClients::initTestCase()
 {
-    QVERIFY(m_directory.isValid());
-    m_home.reset(new TrackHome(m_directory.path()));
-    QString error;
-    QVERIFY2(m_home->enter(&error), qPrintable(error));
-    QVERIFY2(m_home->makeTree(&error), qPrintable(error));
-    m_database.reset(new TrackDatabase(m_home->databaseFile()));
-    QVERIFY(m_database->prepare());
-    m_services.reset(new TrackServices(&m_desk, m_database.data()));
-    m_timing.reset(new RunTiming(&m_desk, m_database.data()));
-    m_window.reset(new HostWindow(&m_desk, m_services.data(), m_timing.data(), m_database.data(), &m_log));
-    m_gateway.reset(new ClientGateway(&m_desk));
+    QVERIFY(m_host.open());
+    m_gateway.reset(new ClientGateway(&m_host.desk));
     QVERIFY(m_gateway->listen(0));
-    m_desk.setFileName(QStringLiteral(FAKE_DESK_FILE));
-    QVERIFY(m_window->startDesk(false));
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.data()));
+    m_host.desk.setFileName(QStringLiteral(FAKE_DESK_FILE));
+    QVERIFY(m_host.window->startDesk(false));
+    QVERIFY(m_host.show());
 }
 
 void TestPlayClients::cleanupTestCase()
 {
-    m_window->stopDesk();
+    m_host.window->stopDesk();
 }
 
 bool TestPlayClients::play(const QString &text, const ClientGateway *gateway)
 {
-    return playDay({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory(), gateway},
-                   text);
+    PlayRunner::Stage stage = m_host.stage();
+    stage.gateway = gateway;
+    return playDay(stage, text);
 }
 
 void TestPlayClients::plays_data()
@@ -120,7 +98,7 @@ void TestPlayClients::comesInBySockets()
 {
     QVector<int> clients;
     const auto count = [this, seen = &clients] { seen->append(m_gateway->clientCount()); };
-    const auto keep = connect(&m_desk, &DeskPluginLoader::sending, this, count);
+    const auto keep = connect(&m_host.desk, &DeskPluginLoader::sending, this, count);
     QVERIFY(play(QStringLiteral("request kiosk bare\nexpectAnswer kiosk\nrequest gate bare\nexpectAnswer gate\n"
                                 "request kiosk bare\nexpectAnswer kiosk\n")));
     disconnect(keep);
@@ -167,7 +145,7 @@ void TestPlayClients::asksWhileADialogIsOpen()
 void TestPlayClients::noEndpoint()
 {
     QVERIFY(!play(QStringLiteral("request kiosk bare within=100\n"), nullptr));
-    const ClientGateway closed(&m_desk);
+    const ClientGateway closed(&m_host.desk);
     QVERIFY(!play(QStringLiteral("request kiosk bare within=100\n"), &closed));
 }
 

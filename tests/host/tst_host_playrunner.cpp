@@ -1,12 +1,6 @@
-#include "deskpluginloader.h"
 #include "documents/documentprinter.h"
-#include "eventlogmodel.h"
-#include "hostwindow.h"
+#include "hosttrack.h"
 #include "playedday.h"
-#include "runtiming.h"
-#include "trackdatabase.h"
-#include "trackhome.h"
-#include "trackservices.h"
 
 #include <QtTest>
 
@@ -27,40 +21,23 @@ private Q_SLOTS:
 private:
     bool play(const QString &text);
 
-    QTemporaryDir m_directory;
-    QScopedPointer<TrackHome> m_home;
-    QScopedPointer<TrackDatabase> m_database;
-    DeskPluginLoader m_desk;
-    EventLogModel m_log;
-    QScopedPointer<TrackServices> m_services;
-    QScopedPointer<RunTiming> m_timing;
-    QScopedPointer<HostWindow> m_window;
+    HostOnTrack m_host;
     QScopedPointer<DocumentPrinter> m_documents;
 };
 
 void TestPlayRunner::initTestCase()
 {
-    QVERIFY(m_directory.isValid());
-    m_home.reset(new TrackHome(m_directory.path()));
-    QString error;
-    QVERIFY2(m_home->enter(&error), qPrintable(error));
-    QVERIFY2(m_home->makeTree(&error), qPrintable(error));
-    m_database.reset(new TrackDatabase(m_home->databaseFile()));
-    QVERIFY(m_database->prepare());
-    m_services.reset(new TrackServices(&m_desk, m_database.data()));
-    m_timing.reset(new RunTiming(&m_desk, m_database.data()));
-    m_window.reset(new HostWindow(&m_desk, m_services.data(), m_timing.data(), m_database.data(), &m_log));
-    m_documents.reset(new DocumentPrinter(m_home->templatesDirectory(), m_home->printedDirectory()));
-    m_window->resize(900, 600);
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.data()));
+    QVERIFY(m_host.open());
+    m_documents.reset(new DocumentPrinter(m_host.home->templatesDirectory(), m_host.home->printedDirectory()));
+    m_host.window->resize(900, 600);
+    QVERIFY(m_host.show());
 }
 
 bool TestPlayRunner::play(const QString &text)
 {
-    return playDay({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory(), nullptr,
-                    nullptr, m_documents.data()},
-                   text);
+    PlayRunner::Stage stage = m_host.stage();
+    stage.documents = m_documents.data();
+    return playDay(stage, text);
 }
 
 void TestPlayRunner::plays_data()
@@ -121,9 +98,9 @@ void TestPlayRunner::answersADialogFromInsideIt()
                                 "fill leTrackName \"Картинг-центр\"\n"
                                 "answer Ok\n"
                                 "expectNoDialog\n")));
-    QCOMPARE(m_services->state().trackName, QStringLiteral("Картинг-центр"));
+    QCOMPARE(m_host.services->state().trackName, QStringLiteral("Картинг-центр"));
     QVERIFY(play(QStringLiteral("trigger hostTrack\nfill leTrackName x\nanswer Cancel\nexpectNoDialog\n")));
-    QCOMPARE(m_services->state().trackName, QStringLiteral("Картинг-центр"));
+    QCOMPARE(m_host.services->state().trackName, QStringLiteral("Картинг-центр"));
     QVERIFY2(!play(QStringLiteral("trigger hostTrack\nclick leEventSearch within=200\n")),
              "a widget behind the dialog takes no click");
 }
@@ -131,10 +108,10 @@ void TestPlayRunner::answersADialogFromInsideIt()
 void TestPlayRunner::leavesAPicture()
 {
     QVERIFY(play(QStringLiteral("screenshot pictures/log.png\n")));
-    const QImage picture(m_home->path(QStringLiteral("pictures/log.png")));
-    QCOMPARE(picture.size(), m_window->size());
+    const QImage picture(m_host.home->path(QStringLiteral("pictures/log.png")));
+    QCOMPARE(picture.size(), m_host.window->size());
     QVERIFY(!play(QStringLiteral("click nobody within=50\n")));
-    QVERIFY(QFile::exists(m_home->path(QStringLiteral("failed.png"))));
+    QVERIFY(QFile::exists(m_host.home->path(QStringLiteral("failed.png"))));
 }
 
 void TestPlayRunner::expectsADocument()
@@ -161,9 +138,9 @@ void TestPlayRunner::expectsADocument()
 
 void TestPlayRunner::unreadableScript()
 {
-    PlayRunner runner({m_window.data(), &m_desk, m_database.data(), &m_log, m_home.data(), m_home->directory()});
+    PlayRunner runner(m_host.stage());
     QString error;
-    QVERIFY(!runner.load(m_home->path(QStringLiteral("none.play")), &error));
+    QVERIFY(!runner.load(m_host.home->path(QStringLiteral("none.play")), &error));
     QVERIFY(!error.isEmpty());
 }
 
