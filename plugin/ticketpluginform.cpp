@@ -2,6 +2,7 @@
 
 #include "common/clock.h"
 #include "common/deskpaths.h"
+#include "common/openloops.h"
 #include "plugin/hostevents.h"
 #include "registration/addracerfromdbdialog.h"
 #include "runqueue/runcontainerwidget.h"
@@ -32,6 +33,8 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     : QWidget(parent)
     , serviceUrl(QString::fromUtf8(LAPVANE_SERVICE_URL))
     , serviceAppUrl(QString::fromUtf8(LAPVANE_SERVICE_APP_URL))
+    , runsMenu(std::make_unique<QMenu>())
+    , carMenu(std::make_unique<QMenu>())
     , ui(new Ui::TicketPluginForm)
 {
     connect(
@@ -84,7 +87,7 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
     connect(&checkInList, &ClientsCheckInList::paymentUpdate, this, &TicketPluginForm::paymentUpdate);
     connect(&checkInList, &ClientsCheckInList::someError, this, &TicketPluginForm::someError);
     ui->lwRunsList->setContextMenuPolicy(Qt::CustomContextMenu);
-    runsMenu.addActions({ui->actionPrintTicket, ui->actionRemoveRun, ui->actionRenumberRuns});
+    runsMenu->addActions({ui->actionPrintTicket, ui->actionRemoveRun, ui->actionRenumberRuns});
     connect(ui->tvCheckIn, &QEditableTreeView::itemsDroppedOut, this, &TicketPluginForm::itemsDroppedToRun);
 
     // From the event loop. A queued connection would leave the type of the error with Qt for good, and with it pointers
@@ -113,8 +116,8 @@ TicketPluginForm::TicketPluginForm(QWidget *parent)
         runQueueChanged(QString());
     });
     queueTimer.start(QueueInterval);
-    carMenu.setTitle(tr("Выбрать карт"));
-    connect(&carMenu, &QMenu::triggered, this, &TicketPluginForm::assignCarToRacer);
+    carMenu->setTitle(tr("Выбрать карт"));
+    connect(carMenu.get(), &QMenu::triggered, this, &TicketPluginForm::assignCarToRacer);
     connect(&networkManager, &QNetworkAccessManager::finished, this, &TicketPluginForm::networkRequestFinished);
 
     openDatabase();
@@ -133,30 +136,42 @@ TicketPluginForm::~TicketPluginForm()
     validateTimer.stop();
     saveJournals(true);
     endSafetyJobs();
-    releaseDialogs();
+    const OpenLoops loops = endLoops();
     ui->lwRunsHistory->clear();
     ui->lwRunsList->clear();
     // The view outlives the model by a moment; nothing of it may look there any more.
     ui->tvCheckIn->setModel(nullptr);
+    if (!loops.isEmpty()) {
+        loops.keep(ui->tvCheckIn);
+        loops.keep(runsMenu.release());
+        loops.keep(carMenu.release());
+        if (ui->lwRunsList->isDragging())
+            loops.keep(ui->lwRunsList);
+    }
     delete ui;
 }
 
-QList<QDialog *> TicketPluginForm::rejectDialogs()
+void TicketPluginForm::rejectDialogs()
 {
     const QList<QDialog *> dialogs = findChildren<QDialog *>();
     for (QDialog *dialog : dialogs)
         dialog->reject();
-    return dialogs;
 }
 
-void TicketPluginForm::releaseDialogs()
+OpenLoops TicketPluginForm::endLoops()
 {
-    // They stand on the stack of whoever opened them: the form must not take them along. The search is no such one.
-    const QList<QDialog *> dialogs = rejectDialogs();
+    OpenLoops loops;
+    OpenLoops::closeActionMenus(*this);
+    loops.endDrags(*this);
+    const QList<QDialog *> dialogs = findChildren<QDialog *>();
     for (QDialog *dialog : dialogs) {
-        if (dialog != searchDialog)
-            dialog->setParent(nullptr);
+        // The search goes with the form, and whoever opened it knows.
+        if (dialog == searchDialog)
+            dialog->reject();
+        else
+            loops.end(dialog);
     }
+    return loops;
 }
 
 void TicketPluginForm::setPlugin(VanePluginInterface *link)

@@ -27,12 +27,14 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <memory>
+
 class AddRacerFromDbDialog;
 class QAction;
-class QDialog;
 class QListWidget;
 class QListWidgetItem;
 class QNetworkReply;
+class OpenLoops;
 class PrintPreprocessor;
 class RunContainerWidget;
 class VanePluginInterface;
@@ -298,9 +300,10 @@ private:
     void drawTickets(const QJsonObject &registration);
     void warnNoReceiptPrinter();
     void endSafetyJobs();
-    /// Answers every open dialog with no, and returns them all.
-    QList<QDialog *> rejectDialogs();
-    void releaseDialogs();
+    /// Answers every open dialog with no.
+    void rejectDialogs();
+    /// Ends what the operator has open, and what is on its way back through the desk.
+    OpenLoops endLoops();
     void addRacerByHand();
     void editRacer(const QModelIndex &index);
     void searchClient(const QJsonObject &code);
@@ -337,14 +340,14 @@ private:
     RegHistoryModel regHistory;
     PitLaneCarsModel pitLaneCars;
     QJsonObject runsArchive;
-    QMenu runsMenu;
+    std::unique_ptr<QMenu> runsMenu;
     QTimer validateTimer;
     QDateTime lastValidateTime;
     /// The search of clients while it is open.
     QPointer<AddRacerFromDbDialog> searchDialog;
     QString apiKey;
     QJsonArray cars;
-    QMenu carMenu;
+    std::unique_ptr<QMenu> carMenu;
     QTimer queueTimer;
     qint32 lastRunNum = 0;
     qint64 currentRunStart = 0;

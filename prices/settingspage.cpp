@@ -1,5 +1,6 @@
 #include "prices/settingspage.h"
 
+#include "common/openloops.h"
 #include "prices/pricerules.h"
 #include "prices/pricesmodel.h"
 #include "registration/tables/qeditabletreeview.h"
@@ -31,6 +32,7 @@ const int defaultPauseMinutes = 3;
 SettingsPage::SettingsPage(QWidget *parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::SettingsPage>())
+    , tabsMenu(std::make_unique<QMenu>())
 {
     setObjectName(QStringLiteral("SettingsPage"));
     // The form stands on a widget of its own: the price views are made at run time, and a look for their slots by name
@@ -40,9 +42,9 @@ SettingsPage::SettingsPage(QWidget *parent)
     auto *pageLayout = new QVBoxLayout(this);
     pageLayout->addWidget(form);
 
-    tabsMenu.addAction(ui->actionAddPricesTab);
-    tabsMenu.addAction(ui->actionRenameTab);
-    tabsMenu.addAction(ui->actionDeletePricesTab);
+    tabsMenu->addAction(ui->actionAddPricesTab);
+    tabsMenu->addAction(ui->actionRenameTab);
+    tabsMenu->addAction(ui->actionDeletePricesTab);
 
     connect(ui->tPrices, &QWidget::customContextMenuRequested, this,
             &SettingsPage::on_tPrices_customContextMenuRequested);
@@ -58,6 +60,21 @@ SettingsPage::~SettingsPage()
 {
     // The tabs go away with the page's children; nothing here cares for the current one any more.
     ui->tPrices->disconnect(this);
+    OpenLoops::closeActionMenus(*this);
+    OpenLoops loops;
+    if (colorDialog)
+        loops.end(colorDialog);
+    const QList<QDialog *> dialogs = findChildren<QDialog *>();
+    for (QDialog *dialog : dialogs)
+        loops.end(dialog);
+    if (loops.isEmpty())
+        return;
+    loops.keep(tabsMenu.release());
+    const QList<QEditableTreeView *> views = ui->tPrices->findChildren<QEditableTreeView *>();
+    for (QEditableTreeView *view : views) {
+        view->setModel(nullptr);
+        loops.keep(view);
+    }
 }
 
 void SettingsPage::setPricesModel(PricesModel *newModel)
@@ -123,6 +140,7 @@ void SettingsPage::on_tvPrices_clicked(QModelIndex index)
 
     const QPointer<PricesModel> model(pricesModel);
     QColorDialog dialog(item.color);
+    colorDialog = &dialog;
     if (dialog.exec() != QDialog::Accepted || !model)
         return;
     // The book may have been loaded anew while the dialog was open.
@@ -154,7 +172,7 @@ void SettingsPage::on_tvPrices_doubleClicked(QModelIndex index)
 void SettingsPage::on_tPrices_customContextMenuRequested(QPoint pos)
 {
     if (pos.y() < ui->tPrices->tabBar()->rect().bottom())
-        tabsMenu.popup(ui->tPrices->mapToGlobal(pos));
+        tabsMenu->popup(ui->tPrices->mapToGlobal(pos));
 }
 
 void SettingsPage::on_actionAddPricesTab_triggered()

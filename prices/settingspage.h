@@ -16,6 +16,7 @@
 
 class PricesModel;
 class QAction;
+class QColorDialog;
 class QEditableTreeView;
 
 namespace Ui {
@@ -72,8 +73,10 @@ private:
 
     std::unique_ptr<Ui::SettingsPage> ui;
     QPointer<PricesModel> pricesModel;
-    QMenu tabsMenu;
+    std::unique_ptr<QMenu> tabsMenu;
     PricesDelegate pricesDelegate;
+    /// The choice of a colour while it is open; it has no parent.
+    QPointer<QColorDialog> colorDialog;
 };
 
 #endif // SETTINGSPAGE_H

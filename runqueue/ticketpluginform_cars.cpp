@@ -19,41 +19,41 @@ QAction *addCarAction(QMenu &menu, const QString &caption, QJsonObject request, 
 
 void TicketPluginForm::fillCarMenu(const RunContainerWidget &run)
 {
-    carMenu.clear();
+    carMenu->clear();
     QJsonObject request = run.selectedEntry();
     request.insert(QLatin1String("runQueueUuid"), run.guid());
-    addCarAction(carMenu, tr("Освободить"), request, {{QLatin1String("id"), -1}});
+    addCarAction(*carMenu, tr("Освободить"), request, {{QLatin1String("id"), -1}});
     const QJsonArray free = run.freeCars(request.value(QLatin1String("carModel")).toString());
     for (const QJsonValue &value : free) {
         const QJsonObject car = value.toObject();
         const QString caption = car.value(QLatin1String("name")).toString() + QLatin1Char(' ')
                                 + car.value(QLatin1String("num")).toVariant().toString();
-        addCarAction(carMenu, caption, request, car);
+        addCarAction(*carMenu, caption, request, car);
     }
 }
 
 void TicketPluginForm::on_lwRunsList_customContextMenuRequested(QPoint pos)
 {
-    runsMenu.clear();
+    runsMenu->clear();
     const QList<QPointer<RunContainerWidget>> selected = selectedQueueRuns();
     if (selected.isEmpty())
         return;
     const RunContainerWidget *single = selected.size() == 1 ? selected.first().data() : nullptr;
     if (single && single->hasSelection()) {
         fillCarMenu(*single);
-        runsMenu.addAction(ui->actionPrintTicket);
-        runsMenu.addAction(ui->actionRemoveFromRun);
-        runsMenu.addMenu(&carMenu);
-        runsMenu.addAction(ui->actionRenameRun);
+        runsMenu->addAction(ui->actionPrintTicket);
+        runsMenu->addAction(ui->actionRemoveFromRun);
+        runsMenu->addMenu(carMenu.get());
+        runsMenu->addAction(ui->actionRenameRun);
     } else {
-        runsMenu.addAction(ui->actionRemoveRun);
+        runsMenu->addAction(ui->actionRemoveRun);
         if (single)
-            runsMenu.addAction(ui->actionRenameRun);
+            runsMenu->addAction(ui->actionRenameRun);
     }
-    runsMenu.addSeparator();
-    runsMenu.addAction(ui->actionRefundTicket);
-    runsMenu.addAction(ui->actionRenumberRuns);
-    runsMenu.popup(ui->lwRunsList->viewport()->mapToGlobal(pos));
+    runsMenu->addSeparator();
+    runsMenu->addAction(ui->actionRefundTicket);
+    runsMenu->addAction(ui->actionRenumberRuns);
+    runsMenu->popup(ui->lwRunsList->viewport()->mapToGlobal(pos));
 }
 
 void TicketPluginForm::assignCarToRacer(QAction *a)

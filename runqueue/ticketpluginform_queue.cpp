@@ -105,7 +105,7 @@ void TicketPluginForm::dropRun(RunContainerWidget *run)
         return;
     endDragOf(run);
     // The open menu speaks of rows that are about to move.
-    runsMenu.close();
+    runsMenu->close();
     // The list lets the widget go with deleteLater, so a run may end inside its own signal; it must not speak any more.
     disconnect(run, nullptr, this, nullptr);
     disconnect(run, nullptr, ui->lwRunsList, nullptr);
