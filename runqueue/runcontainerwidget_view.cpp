@@ -25,7 +25,6 @@ const QRect TitleBlock(QPoint(32, 4), QSize(80, RunRules::CellSize.height()));
 constexpr QSize MinimumSize(RunRules::CellSize.width() + 8, RunRules::CellSize.height() + 8);
 constexpr QSize ButtonSize(24, 24);
 constexpr int DragThresholdSquared = 16;
-constexpr qint64 MillisecondsInSecond = 1000;
 const QLatin1String JsonFormat("application/json");
 const QLatin1String SourceFormat("source");
 
