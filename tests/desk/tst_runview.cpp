@@ -4,6 +4,7 @@
 #include "modal.h"
 #include "trackoffice.h"
 
+#include <QColorDialog>
 #include <QCursor>
 #include <QDataStream>
 #include <QDateTime>
@@ -14,6 +15,8 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QRadioButton>
+#include <QResource>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QSpinBox>
 
@@ -33,10 +36,12 @@ private Q_SLOTS:
     void cells();
     void cellTexts();
     void racerWithoutACar();
+    void signOfARacerWithoutACar();
     void titleBlock_data();
     void titleBlock();
     void longNameIsElided();
     void lockPattern();
+    void lockedRunWithAHighlight();
     void pressSelects();
     void pressOnTheEdgeSelects();
     void deselectedRowLosesItsHighlight();
@@ -55,6 +60,8 @@ private Q_SLOTS:
     void listDragMove_data();
     void listDragMove();
     void titleOpensTheParameters();
+    void colourFromTheDialog_data();
+    void colourFromTheDialog();
     void parametersOpenAtThePointer();
     void parametersCancelled();
     void lapsFromTheDialog();
@@ -451,6 +458,32 @@ void TestRunView::racerWithoutACar()
     QVERIFY(isPlain(TrackOffice::picture(office.run(0)), cell.adjusted(1, 1, -1, -1), orange()));
 }
 
+// The module brings no such sign, but another part of the program may.
+void TestRunView::signOfARacerWithoutACar()
+{
+    QVERIFY(QResource::registerResource(QStringLiteral(ALERT_SIGN)));
+    const auto gone = qScopeGuard([] { QResource::unregisterResource(QStringLiteral(ALERT_SIGN)); });
+    const QImage sign = QImage(":/ticketPlugin/alert"_s).convertToFormat(QImage::Format_RGB32);
+    QCOMPARE(sign.size(), QSize(10, 6));
+    TrackOffice office;
+    QVector<QJsonObject> seats = racers(3);
+    seats[1].insert("carId"_s, 3);
+    seats[2].insert("carId"_s, 99);
+    office.seedQueue({{RunA, seats}});
+    QVERIFY(office.open());
+    office.sendCars({TrackOffice::car(3, "Sodi"_s, QString())});
+    const QImage picture = TrackOffice::picture(office.run(0));
+    QRect corner(QPoint(), sign.size());
+    const QRect cell = TrackOffice::cell(office.run(0), 0);
+    corner.moveBottomRight(cell.bottomRight());
+    QVERIFY(picture.copy(corner) == sign);
+    QVERIFY(isPlain(picture, QRect(cell.topLeft() + QPoint(1, 1), QPoint(cell.right(), corner.top() - 1)), orange()));
+    QVERIFY(isPlain(picture, QRect(cell.topLeft() + QPoint(1, 1), QPoint(corner.left() - 1, cell.bottom())), orange()));
+    // Whoever has a car, known or not, has no sign.
+    for (int i = 1; i < 3; ++i)
+        QVERIFY(isPlain(picture, TrackOffice::cell(office.run(0), i).adjusted(1, 1, 0, 0), orange()));
+}
+
 void TestRunView::titleBlock_data()
 {
     QTest::addColumn<QJsonObject>("item");
@@ -548,6 +581,31 @@ void TestRunView::lockPattern()
     TrackOffice::lockButton(office.run(0))->click();
     QCOMPARE(office.heard(), publication());
     QVERIFY(TrackOffice::picture(office.run(0)).copy(cells) == locked.copy(cells));
+}
+
+// The stripes lie over the highlight, and their frame has the pen of the highlight.
+void TestRunView::lockedRunWithAHighlight()
+{
+    TrackOffice office;
+    office.seedQueue({{RunA, racers(2), object(R"({"runLocked": true})")}, {RunB, racers(2)}});
+    QVERIFY(office.open());
+    const QImage locked = TrackOffice::picture(office.run(0));
+    TrackOffice::clickCell(office.run(0), 1);
+    const QImage highlighted = TrackOffice::picture(office.run(0));
+    const QRect cell = TrackOffice::cell(office.run(0), 1);
+    const QRect edge(cell.left() - 1, cell.top() + 2, 2, 60);
+    QVERIFY(blackPixels(highlighted, edge) > 60);
+    QVERIFY(blackPixels(highlighted, edge) < 120);
+    for (const QPoint &frame : {QPoint(0, 60), QPoint(1, 60), QPoint(300, 0), QPoint(300, 1)})
+        QCOMPARE(at(highlighted, frame.x(), frame.y()), QColor(Qt::black));
+    QCOMPARE(at(locked, 0, 60), background(office.run(0)));
+    QCOMPARE(at(locked, 1, 60), QColor(Qt::black));
+    // Beside the cell and inside of it the stripes are what they were.
+    for (const QRect &where : {QRect(300, 5, 60, 60), cell.adjusted(2, 2, -2, -2)})
+        QVERIFY(highlighted.copy(where) == locked.copy(where));
+    // Without a lock the frame keeps its own pen.
+    TrackOffice::clickCell(office.run(1), 1);
+    QCOMPARE(at(TrackOffice::picture(office.run(1)), 0, 60), background(office.run(1)));
 }
 
 void TestRunView::pressSelects()
@@ -907,6 +965,54 @@ void TestRunView::titleOpensTheParameters()
              runs.at(0).value(QLatin1String("runStartTime")).toDouble() + 1500 + 180);
     JSON_CONTAINS(office.journalItems().at(0),
                   object(R"({"runName": "Финал", "nameForced": false, "finishParam": 1500, "runColor": "#00ff00"})"));
+}
+
+void TestRunView::colourFromTheDialog_data()
+{
+    QTest::addColumn<bool>("picked");
+    QTest::addColumn<bool>("accepted");
+    QTest::addColumn<QColor>("color");
+    QTest::newRow("chosen") << true << true << QColor(0, 0, 255);
+    QTest::newRow("not chosen") << false << true << QColor(0, 255, 0);
+    QTest::newRow("chosen, parameters cancelled") << true << false << QColor(0, 255, 0);
+}
+
+void TestRunView::colourFromTheDialog()
+{
+    QFETCH(bool, picked);
+    QFETCH(bool, accepted);
+    QFETCH(QColor, color);
+    TrackOffice office;
+    office.seedQueue(
+        {{RunA, {}, object(R"({"runColor": "#00ff00"})")}, {RunB, {}, object(R"({"runColor": "#00ff00"})")}});
+    QVERIFY(office.open());
+    const ModalAnswer params = ModalAnswer::dialog(ParamsTitle, [&](QDialog *dialog) {
+        QTest::mousePress(dialog->findChild<QFrame *>("fRunColor"_s), Qt::LeftButton);
+        acceptDialog(dialog, accepted);
+    });
+    QColor offered;
+    const ModalAnswer picker = ModalAnswer::widget([&](QWidget *widget) {
+        auto *colors = qobject_cast<QColorDialog *>(widget);
+        if (!colors)
+            return;
+        offered = colors->currentColor();
+        colors->setCurrentColor(QColor(0, 0, 255));
+        if (picked)
+            colors->accept();
+        else
+            colors->reject();
+    });
+    doubleClick(office.run(0), TrackOffice::title().center());
+    MODAL_VERIFY(picker);
+    MODAL_VERIFY(params);
+    QCOMPARE(offered, QColor(0, 255, 0));
+    const QPoint place(TrackOffice::title().right() - 3, TrackOffice::title().bottom() - 1);
+    QCOMPARE(at(TrackOffice::picture(office.run(0)), place.x(), place.y()), color);
+    QCOMPARE(at(TrackOffice::picture(office.run(1)), place.x(), place.y()), QColor(0, 255, 0));
+    // It stands in the journal, and nobody else hears of it.
+    QVERIFY(!office.runs().at(0).contains("runColor"_s));
+    QCOMPARE(office.journalItems().at(0).value(QLatin1String("runColor")).toString(), color.name());
+    QCOMPARE(office.journalItems().at(1).value(QLatin1String("runColor")).toString(), "#00ff00"_s);
 }
 
 void TestRunView::parametersOpenAtThePointer()
