@@ -5,6 +5,7 @@
 #include "trackoffice.h"
 
 #include <QAction>
+#include <QContextMenuEvent>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDragMoveEvent>
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void menuOfARow_data();
     void menuOfARow();
     void noMenuWithoutARow();
+    void menuAtThePointer();
     void menuFollowsTheHighlight();
     void carsOnOffer();
     void onlyFreeingWhenAllCarsAreSeated();
@@ -37,6 +39,7 @@ private Q_SLOTS:
     void reasonIsNotAsked();
     void seatWithoutANumber();
     void carsListReachesEveryRun();
+    void carsListLeavesThePastAlone();
     void carsListIsKeptForNewRuns();
     void unavailableCarStaysWithItsRacer();
     void preparationCleared();
@@ -204,6 +207,33 @@ void TestCars::noMenuWithoutARow()
     office.queue()->clearSelection();
     QVERIFY(!office.menu([](QMenu *) {}));
     QVERIFY(!QApplication::activePopupWidget());
+}
+
+// The pointer asks on a run, which leaves that to its list: the menu opens where the pointer is.
+void TestCars::menuAtThePointer()
+{
+    TrackOffice office;
+    seedTwoRuns(office);
+    QVERIFY(office.open(QSize(1300, 700)));
+    TrackOffice::click(office.run(1), TrackOffice::title().center());
+    const QPoint where(70, 40);
+    // Where there is room enough for it on the screen.
+    QWidget *window = office.desk().tab()->window();
+    window->move(window->pos() + QPoint(200, 150) - office.run(1)->mapToGlobal(where));
+    QTRY_VERIFY(QRect(150, 100, 100, 100).contains(office.run(1)->mapToGlobal(where)));
+    const QPoint place = office.run(1)->mapToGlobal(where);
+    QPoint opened;
+    QStringList entries;
+    const ModalAnswer answer = ModalAnswer::widget([&](QWidget *widget) {
+        opened = widget->pos();
+        entries = captions(widget->actions());
+        widget->close();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, where, place);
+    QApplication::sendEvent(office.run(1), &event);
+    QTRY_VERIFY2(answer.answered(), qPrintable(answer.error()));
+    QCOMPARE(opened, place);
+    QCOMPARE(entries.value(0), text("Удалить заезд"));
 }
 
 void TestCars::menuFollowsTheHighlight()
@@ -491,6 +521,44 @@ void TestCars::carsListReachesEveryRun()
     QCOMPARE(office.carEntries().size(), 4);
     TrackOffice::clickCell(office.run(1), 0);
     QCOMPARE(captions(office.carEntries()), QStringList({FreeCar, text("Sodi 9"), text("Sodi 12"), text("Sodi А")}));
+}
+
+// What is over needs no cars: a past run shows no number, whether it came from the journal or was closed just now.
+void TestCars::carsListLeavesThePastAlone()
+{
+    TrackOffice office;
+    seedTwoRuns(office);
+    QJsonObject past = TrackOffice::pastRun(QStringLiteral("{old}"), 10);
+    past.insert(QStringLiteral("runCompetitors"),
+                QJsonObject{{QStringLiteral("-1001"), TrackOffice::seat(Anna, -1001, held(6, QStringLiteral("9")))}});
+    office.seedHistory({past});
+    QVERIFY(office.open());
+    const QImage before = TrackOffice::picture(office.pastRun(0));
+    office.sendCars(fleet());
+    QVERIFY(TrackOffice::picture(office.pastRun(0)) == before);
+
+    const auto number = [](QWidget *run) {
+        const QRect cell = TrackOffice::cell(run, 0);
+        const int line = run->fontMetrics().height();
+        return TrackOffice::picture(run).copy(
+            QRect(cell.left() + 1, cell.bottom() - line + 1, cell.width() - 2, line - 1));
+    };
+    const auto isBlank = [](QImage part) {
+        const QColor color = part.pixelColor(0, 0);
+        QImage plain(part.size(), part.format());
+        plain.fill(color);
+        return part == plain;
+    };
+    QVERIFY(!isBlank(number(office.run(1))));
+    office.desk().send(QStringLiteral("run_closed"), closed(RunB));
+    QCOMPARE(office.history()->count(), 2);
+    QVERIFY(isBlank(number(office.pastRun(0))));
+    QVERIFY(isBlank(number(office.pastRun(1))));
+    office.sendCars(fleet());
+    QVERIFY(isBlank(number(office.pastRun(0))));
+    // The record keeps the car.
+    JSON_CONTAINS(office.pastRuns().at(0).value(QLatin1String("runCompetitors")),
+                  object(R"({"-1001": {"carId": 2, "carNum": "7"}})"));
 }
 
 void TestCars::carsListIsKeptForNewRuns()

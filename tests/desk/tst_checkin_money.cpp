@@ -32,6 +32,7 @@ private Q_SLOTS:
     void saleCleared();
     void saleClearedWhereNoneWas();
     void saleAbandoned();
+    void saleLeftWithoutACar();
     void saleWithoutPrices();
     void discountList();
     void discountListMarksTheValue_data();
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void pinCodesFollowTheRuns();
     void payMethodList();
     void payMethodChosen();
+    void payMethodLeftOpen();
     void payMethodWithoutMethods();
     void paidRowDoesNotOpen();
 
@@ -92,6 +94,7 @@ private:
     }
     double sum(int row = 0) const { return m_counter->at(row, Counter::PaySum).data().toDouble(); }
     QStringList entries(Counter::Column column, int row = 0);
+    void turnAway();
     void twoBlocks();
     void switchBlock(const QString &name);
 };
@@ -162,6 +165,16 @@ QStringList TestCheckInMoney::entries(Counter::Column column, int row)
     QTest::keyClick(combo, Qt::Key_Escape);
     QCoreApplication::processEvents();
     return list;
+}
+
+// The cashier turns from the open editor of a cell to another place of the desk.
+void TestCheckInMoney::turnAway()
+{
+    auto *combo = m_counter->editor<QComboBox *>();
+    combo->hidePopup();
+    QVERIFY(combo->isVisible() && combo->hasFocus());
+    desk().find<QWidget *>(QStringLiteral("bAddRacer"))->setFocus();
+    QCoreApplication::processEvents();
 }
 
 // "Взрослый" and "Детский" cost 500 and 300 on weekdays, 700 and 400 on holidays.
@@ -311,6 +324,20 @@ void TestCheckInMoney::saleAbandoned()
     QVERIFY(!m_counter->editor());
     QCOMPARE(desk().names(), QStringList());
     JSON_CONTAINS(m_counter->line(0), object(R"({"salesItem": "Взрослый", "runCount": 2})"));
+}
+
+// No car of the model is left, so the list has no entry for the line's sale: who looks and turns away has taken "--".
+void TestCheckInMoney::saleLeftWithoutACar()
+{
+    QVERIFY(open({m_counter->sold(QStringLiteral("{a}")), m_counter->sold(QStringLiteral("{b}"))}));
+    QVERIFY(m_counter->edit(m_counter->at(0, Counter::SalesItem)));
+    QCOMPARE(m_counter->editor<QComboBox *>()->currentText(), QStringLiteral("--"));
+    turnAway();
+    QVERIFY(!m_counter->editor());
+    QCOMPARE(desk().names(), listPublished());
+    JSON_CONTAINS(m_counter->published(), array(R"([{"uuid": "{a}", "salesItem": "", "salesId": -1, "carModel": "",
+        "price": 0, "runCount": 0, "paySum": 0}, {"uuid": "{b}", "salesItem": "Взрослый", "runCount": 2}])"));
+    QCOMPARE(pins(m_counter->published().at(0)).size(), 1);
 }
 
 void TestCheckInMoney::saleWithoutPrices()
@@ -590,6 +617,23 @@ void TestCheckInMoney::payMethodChosen()
     JSON_CONTAINS(m_counter->stored().at(0), (QJsonObject{{QStringLiteral("payMethod"), text("Наличные")}}));
     QCOMPARE(m_counter->shown(0, Counter::PayMethod), text("Наличные"));
     QCOMPARE(m_counter->paymentCount(), 0);
+}
+
+// The list shows its first method where the line has none: who looks and turns away has chosen it.
+void TestCheckInMoney::payMethodLeftOpen()
+{
+    QVERIFY(open({m_counter->sold(QStringLiteral("{a}"), {{QStringLiteral("payMethod"), QString()}}),
+                  m_counter->sold(QStringLiteral("{b}"))}));
+    QVERIFY(m_counter->edit(m_counter->at(0, Counter::PayMethod)));
+    turnAway();
+    QVERIFY(!m_counter->editor());
+    QCOMPARE(desk().names(), listPublished());
+    JSON_CONTAINS(m_counter->published(),
+                  array(R"([{"uuid": "{a}", "payMethod": "Наличные"}, {"uuid": "{b}", "payMethod": "Карта"}])"));
+    // A method that the line has stays.
+    QVERIFY(m_counter->edit(m_counter->at(1, Counter::PayMethod)));
+    turnAway();
+    JSON_CONTAINS(m_counter->line(1), (QJsonObject{{QStringLiteral("payMethod"), text("Карта")}}));
 }
 
 void TestCheckInMoney::payMethodWithoutMethods()

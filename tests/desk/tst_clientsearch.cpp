@@ -41,6 +41,7 @@ private Q_SLOTS:
     void searched();
     void rejected();
     void keyOfTheOpening();
+    void keyOfADisabledService();
     void intoTheRaceManager();
     void tabAfterTheDialog();
     void hostOpensTheSearch();
@@ -173,6 +174,21 @@ void TestClientSearch::keyOfTheOpening()
     MODAL_VERIFY(second);
     QCOMPARE(m_service->requests().at(0).body, QByteArray("apiKey=KEY&fullData=true&searchString=8"));
     QCOMPARE(m_service->requests().at(1).body, QByteArray("apiKey=NEW&fullData=true&searchString=8"));
+}
+
+/// A service that is switched off takes its key with it, and the one that comes with the news does not count. The host
+/// may open the search all the same.
+void TestClientSearch::keyOfADisabledService()
+{
+    m_desk->send(QStringLiteral("online_service_status"),
+                 {{QStringLiteral("enabled"), false}, {QStringLiteral("apiKey"), QStringLiteral("NEW")}});
+    auto answer = ModalAnswer::dialog(title(), [&](QDialog *dialog) {
+        QVERIFY(type(dialog, "8"));
+        dialog->reject();
+    });
+    m_desk->send(QStringLiteral("query_racer_from_database"));
+    MODAL_VERIFY(answer);
+    QCOMPARE(m_service->requests().at(0).body, QByteArray("apiKey=&fullData=true&searchString=8"));
 }
 
 void TestClientSearch::intoTheRaceManager()

@@ -259,6 +259,7 @@ void TestDesigner::runLists()
 
     const auto *history = m_desk->find<QListWidget *>(QStringLiteral("lwRunsHistory"));
     QVERIFY(history);
+    QVERIFY(!history->acceptDrops());
     QVERIFY(!history->dragEnabled());
     QCOMPARE(history->dragDropMode(), QAbstractItemView::NoDragDrop);
     QCOMPARE(history->selectionMode(), QAbstractItemView::ExtendedSelection);

@@ -67,6 +67,8 @@ private Q_SLOTS:
     void rowOverTheCurrentRun();
     void rowsThatStay_data();
     void rowsThatStay();
+    void rowOntoItself_data();
+    void rowOntoItself();
     void runClosesUnderARow();
     void sourceRunCloses_data();
     void sourceRunCloses();
@@ -602,6 +604,34 @@ void PointerOverTheDesk::rowsThatStay()
     QCOMPARE(m_desk->guids(), QStringList({RunA, RunB, RunC}));
     for (int row = 0; row < 3; ++row)
         QVERIFY(m_desk->run(row) && m_desk->run(row)->isVisible());
+}
+
+void PointerOverTheDesk::rowOntoItself_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QPoint>("where");
+    for (int row = 0; row < 3; ++row) {
+        QTest::addRow("upper edge of row %d", row) << row << QPoint(60, 6);
+        QTest::addRow("middle of row %d", row) << row << QPoint(100, 36);
+        QTest::addRow("lower edge of row %d", row) << row << QPoint(60, 66);
+    }
+}
+
+// Let go where it was picked up, a row is moved nowhere, and its run is still in it.
+void PointerOverTheDesk::rowOntoItself()
+{
+    QFETCH(int, row);
+    QFETCH(QPoint, where);
+    m_desk->seedQueue(threeRuns());
+    QVERIFY(open());
+    const QPointer<QWidget> run = m_desk->run(row);
+    HAND_VERIFY(drag(title(run), {run, where}));
+    QCOMPARE(m_desk->desk().names(), QStringList());
+    QCOMPARE(m_desk->queue()->count(), 3);
+    QVERIFY(run && run->isVisible());
+    QCOMPARE(m_desk->run(row), run.data());
+    QCOMPARE(m_desk->seats(), QStringList({Anna, Boris, Vera}).join(QLatin1Char('|')));
+    QCOMPARE(m_desk->guids(), QStringList({RunA, RunB, RunC}));
 }
 
 // Rows are known by their numbers while they hang at the pointer: when one goes, the drag is over.

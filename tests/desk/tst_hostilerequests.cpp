@@ -388,6 +388,8 @@ void TestHostileRequests::runCountOfAClient_data()
     QTest::newRow("the most that fits") << QJsonValue(2147483647.0) << 1000;
     QTest::newRow("a billion as text") << QJsonValue(QStringLiteral("1000000000")) << 1000;
     QTest::newRow("more than fits") << QJsonValue(1e12) << 0;
+    QTest::newRow("below none") << QJsonValue(-3) << 0;
+    QTest::newRow("below none as text") << QJsonValue(QStringLiteral("-3")) << 0;
     QTest::newRow("letters") << QJsonValue(QStringLiteral("many")) << 0;
     QTest::newRow("array") << QJsonValue(QJsonArray{5}) << 0;
 }

@@ -79,6 +79,7 @@ private Q_SLOTS:
     void addNewCheckIn();
     void addNewCheckInOfAClient();
     void addNewCheckInWithUpdate();
+    void addNewCheckInWithUpdateOfSomeNames();
     void addNewCheckInOfARacerId();
     void addNewCheckInTwice();
     void addNewCheckInWithMinors();
@@ -939,6 +940,19 @@ void TestLocalChanges::addNewCheckInWithUpdate()
     const QJsonObject again{{QStringLiteral("clientId"), 17}, {QStringLiteral("runCount"), 3}};
     QCOMPARE(m_desk->ask(QStringLiteral("add_new_checkin"), again),
              (QStringList{QStringLiteral("update_local_client: {}"), RequestDesk::bare()}));
+}
+
+// A name that the news does not have is an empty one, and replaces what was known.
+void TestLocalChanges::addNewCheckInWithUpdateOfSomeNames()
+{
+    QVERIFY(m_desk->open());
+    const QJsonObject client = object(R"({"clientId": 17, "lastName": "Иванов", "midName": 5, "uuid": "{a}",
+        "updateData": true, "tel": "8999"})");
+    QCOMPARE(m_desk->ask(QStringLiteral("add_new_checkin"), client),
+             (QStringList{QStringLiteral("update_client_data: ")
+                              + compact(merged(client, {{QStringLiteral("trackKey"), QString()}})),
+                          text("update_local_client: {\"firstName\":\"\",\"lastName\":\"Иванов\",\"midName\":\"\"}"),
+                          QStringLiteral("list: {a} 0 0 0 - - -"), RequestDesk::bare()}));
 }
 
 void TestLocalChanges::addNewCheckInOfARacerId()

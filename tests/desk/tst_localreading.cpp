@@ -24,6 +24,7 @@ private Q_SLOTS:
     void loginWithoutLink();
     void loginRefused_data();
     void loginRefused();
+    void loginByAnEmptyCode();
     void twoPeopleWithOneCode();
     void loginByToken();
     void tokenGoesBeforeTheCode_data();
@@ -245,6 +246,19 @@ void TestLocalReading::loginRefused()
     host().send(QStringLiteral("local_request"), request);
     QCOMPARE(host().names(), (QStringList{QStringLiteral("write_sys_log"), Answer}));
     JSON_COMPARE(host().last(Answer), refused());
+}
+
+// An empty code is a code like any other; having none is not.
+void TestLocalReading::loginByAnEmptyCode()
+{
+    m_desk->track().query(QStringLiteral("INSERT INTO personal (last_name, access_code) VALUES ('Пустая', '')"));
+    m_desk->track().query(QStringLiteral("INSERT INTO personal (last_name, access_code) VALUES ('Без кода', NULL)"));
+    QVERIFY(m_desk->open());
+    const QJsonObject answer = loginOfCode("");
+    JSON_COMPARE(answer, admitted(tokenOf(answer), "Пустая"));
+    QVERIFY(isLoggedIn(tokenOf(answer)));
+    m_desk->track().query(QStringLiteral("DELETE FROM personal WHERE access_code=''"));
+    JSON_COMPARE(loginOfCode(""), refused());
 }
 
 void TestLocalReading::twoPeopleWithOneCode()

@@ -54,6 +54,7 @@ private Q_SLOTS:
 
     void rename();
     void renameToNothing();
+    void renameOfSeveral();
     void renameCancelled();
     void renameNothing();
     void renumberOffers_data();
@@ -69,10 +70,13 @@ private Q_SLOTS:
     void removeAsksOnce();
     void removeAfterADeclinedQuestion();
     void removeConfirmedGoesOn();
+    void removedRunsInOrder();
     void removeNothing();
     void removeSkipsTheCurrentRun();
     void removedRunIsRemembered();
     void removalLeavesTheCheckInList();
+    void codesOfARun_data();
+    void codesOfARun();
 
     void closedWhileRenaming();
     void closedWhileRenumbering();
@@ -563,8 +567,10 @@ void TestQueue::rename()
     QString label;
     QString offered;
     int echo = -1;
+    bool hasHelp = true;
     const ModalAnswer dialog = ModalAnswer::dialog(RenameTitle, [&](QDialog *opened) {
         auto *input = qobject_cast<QInputDialog *>(opened);
+        hasHelp = input->windowFlags() & Qt::WindowContextHelpButtonHint;
         label = input->labelText();
         offered = input->textValue();
         echo = input->textEchoMode();
@@ -577,6 +583,7 @@ void TestQueue::rename()
     QCOMPARE(label, text("Название заезда"));
     QCOMPARE(offered, text("Старый"));
     QCOMPARE(echo, int(QLineEdit::Normal));
+    QVERIFY(!hasHelp);
     QCOMPARE(desk().names(), ::publication());
     QVERIFY(!desk().last(Answer).contains(QStringLiteral("forceReload")));
     QVERIFY(m_office->track().hasJournal(Runs));
@@ -597,6 +604,25 @@ void TestQueue::renameToNothing()
     MODAL_VERIFY(dialog);
     QCOMPARE(names(), QStringList{text("Заезд №4")});
     JSON_CONTAINS(m_office->journalItems().at(0), object(R"({"runName": "", "nameForced": true})"));
+}
+
+// The menu offers no new name for several runs, but the action itself may be triggered: it means the first of them.
+void TestQueue::renameOfSeveral()
+{
+    QVERIFY(open({run("{a}"), run("{b}", {}, {{QStringLiteral("runName"), text("Старый")}}), run("{c}")}));
+    select({1, 2});
+    m_office->queue()->setCurrentRow(2, QItemSelectionModel::NoUpdate);
+    QString offered;
+    const ModalAnswer dialog = ModalAnswer::dialog(RenameTitle, [&](QDialog *opened) {
+        auto *input = qobject_cast<QInputDialog *>(opened);
+        offered = input->textValue();
+        input->setTextValue(text("Финал"));
+        input->accept();
+    });
+    trigger("actionRenameRun");
+    MODAL_VERIFY(dialog);
+    QCOMPARE(offered, text("Старый"));
+    QCOMPARE(names(), (QStringList{text("Заезд №1"), text("Финал"), text("Заезд №1")}));
 }
 
 void TestQueue::renameCancelled()
@@ -643,8 +669,10 @@ void TestQueue::renumberOffers()
     m_office->queue()->setCurrentRow(0);
     QString label;
     QVector<int> facts;
+    bool hasHelp = true;
     const ModalAnswer dialog = ModalAnswer::dialog(RenumberTitle, [&](QDialog *opened) {
         auto *input = qobject_cast<QInputDialog *>(opened);
+        hasHelp = input->windowFlags() & Qt::WindowContextHelpButtonHint;
         label = input->labelText();
         facts = {input->intValue(), input->intMinimum(), input->intMaximum(), input->intStep()};
         input->reject();
@@ -653,6 +681,7 @@ void TestQueue::renumberOffers()
     MODAL_VERIFY(dialog);
     QCOMPARE(label, text("Начальный номер"));
     QCOMPARE(facts, (QVector<int>{offered, 1, 1000, 1}));
+    QVERIFY(!hasHelp);
 }
 
 void TestQueue::renumber()
@@ -798,6 +827,21 @@ void TestQueue::removeConfirmedGoesOn()
     QCOMPARE(m_office->pastRuns().size(), 3);
 }
 
+// From the top of the queue, each on top of the one before it.
+void TestQueue::removedRunsInOrder()
+{
+    m_office->seedHistory({TrackOffice::pastRun(QStringLiteral("{old}"), 100)});
+    QVERIFY(open({run("{a}", seats({QStringLiteral("{x}")})), run("{b}", seats({QStringLiteral("{y}")})), run("{c}"),
+                  run("{d}", seats({QStringLiteral("{z}")}))}));
+    select({0, 1, 2, 3});
+    BoxFacts facts;
+    const ModalAnswer box = answerBox(&facts, QMessageBox::Yes);
+    push("bRemoveRun");
+    MODAL_VERIFY(box);
+    QCOMPARE(m_office->pastGuids(), (QStringList{QStringLiteral("{d}"), QStringLiteral("{b}"), QStringLiteral("{a}"),
+                                                 QStringLiteral("{old}")}));
+}
+
 void TestQueue::removeNothing()
 {
     QVERIFY(open({run("{a}", seats({QStringLiteral("{x}")}))}));
@@ -854,6 +898,56 @@ void TestQueue::removalLeavesTheCheckInList()
     MODAL_VERIFY(box);
     QCOMPARE(desk().checkIn()->rowCount(), 1);
     QCOMPARE(desk().names(), ::publication());
+}
+
+void TestQueue::codesOfARun_data()
+{
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<bool>("free");
+    QTest::newRow("removed") << "removed" << true;
+    QTest::newRow("removal declined") << "declined" << false;
+    QTest::newRow("closed by the host") << "host" << false;
+    QTest::newRow("closed at the desk") << "desk" << false;
+    QTest::newRow("racer taken out") << "racer" << false;
+}
+
+// A racer holds all codes but one; only a run that is removed gives them back. The next racer's code tells.
+void TestQueue::codesOfARun()
+{
+    QFETCH(QString, end);
+    QFETCH(bool, free);
+    QJsonArray codes;
+    for (int code = 0; code < 9999; ++code)
+        codes.append(QStringLiteral("%1").arg(code, 4, 10, QLatin1Char('0')));
+    QVERIFY(open({run("{a}", {TrackOffice::seat(QStringLiteral("{x}"), -1001, {{QStringLiteral("pinCodes"), codes}})}),
+                  run("{b}")}));
+    select({0});
+    if (end == QLatin1String("host")) {
+        desk().send(QStringLiteral("run_closed"), object(R"({"runQueueGuid": "{a}"})"));
+    } else if (end == QLatin1String("desk")) {
+        desk().send(QStringLiteral("local_request"),
+                    object(R"({"request": "run_control", "requestData": {"cmd": "close", "runQueueGuid": "{a}"}})"));
+    } else {
+        BoxFacts facts;
+        const ModalAnswer box =
+            answerBox(&facts, end == QLatin1String("declined") ? QMessageBox::No : QMessageBox::Yes);
+        TrackOffice::clickCell(m_office->run(0), 0);
+        if (end == QLatin1String("racer"))
+            trigger("actionRemoveFromRun");
+        else
+            push("bRemoveRun");
+        MODAL_VERIFY(box);
+    }
+    const ModalAnswer form = ModalAnswer::dialog(text("Запись на заезд"), [](QDialog *dialog) { dialog->accept(); });
+    push("bAddRacer");
+    MODAL_VERIFY(form);
+    const QString code =
+        desk().last(Answer).value(QLatin1String("checkInList"))[0][QLatin1String("pinCodes")][0].toString();
+    // With all codes given back, one draw in ten thousand hits the last one.
+    if (free)
+        QVERIFY2(code.size() == 4 && code != QLatin1String("9999"), qPrintable(code));
+    else
+        QCOMPARE(code, QStringLiteral("9999"));
 }
 
 // The host takes the run away while its new name is typed: nobody else gets the name.

@@ -55,6 +55,8 @@ private Q_SLOTS:
 
     void setRacerSeatsAndGivesTheCar();
     void setRacerMakesTheFirstRun();
+    void setRacerIntoARunThatIsClosed_data();
+    void setRacerIntoARunThatIsClosed();
     void setRacerWithARunThatIsNotThere();
     void setRacerMovesToTheNextRun();
     void setRacerOfASeat();
@@ -803,6 +805,31 @@ void TestRemoteControl::setRacerMakesTheFirstRun()
     JSON_COMPARE(reply.answer.value(QLatin1String("competitorData")), m_office->racer(0, text("{a}")));
     const QJsonObject run = m_office->runs().value(0);
     QCOMPARE(run.value(QLatin1String("finishParam")).toInt(), 600);
+}
+
+void TestRemoteControl::setRacerIntoARunThatIsClosed_data()
+{
+    QTest::addColumn<QJsonObject>("run");
+    QTest::newRow("locked") << object(R"({"runLocked": true})");
+    QTest::newRow("full") << object(R"({"maxRacersInRun": 1})");
+}
+
+// Whoever has his car already is not sent away: the last run takes him, locked and full, and no run is added.
+void TestRemoteControl::setRacerIntoARunThatIsClosed()
+{
+    QFETCH(QJsonObject, run);
+    lines({paid("{a}", "1111"), paid("{z}", "9999")});
+    m_office->seedQueue({{text("{r1}"), {seat("{b}", -1001)}, run}});
+    QVERIFY(open());
+    const Reply reply = ask(R"({"request": "setRacer", "trackId": "T1", "racerUuid": "{a}", "carId": 2,
+        "carNum": "12"})");
+    QCOMPARE(reply.story,
+             (QStringList{text("preset {r1}[-1001 -1002=2]"), text("queue {r1}[{b} {a}=2]"), text("list {z}")}));
+    QCOMPARE(reply.answer.value(QLatin1String("status")).toString(), QStringLiteral("ok"));
+    JSON_COMPARE(reply.answer.value(QLatin1String("competitorData")), m_office->racer(0, text("{a}")));
+    // A ticket that is only shown keeps to the rules.
+    ask(R"({"request": "checkTicket", "trackId": "T1", "pinCode": "9999"})");
+    QCOMPARE(queue(), text("{r1}[{b} {a}=2] ?[{z}]"));
 }
 
 // The seat stands in the last run, and nobody is found in the run that was named: the copy that was seated is the answer.

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStandardItemModel>
 #include <QThread>
 
 #include <atomic>
@@ -32,6 +33,7 @@ private Q_SLOTS:
     void kids();
     void clickOnAMinor();
     void blankForm();
+    void indexOfAnotherModel();
     void lineGoesRightAfterwards();
     void newRacerPrints();
     void newRacerDoesNotPrint();
@@ -328,6 +330,26 @@ void TestSafety::blankForm()
     QCOMPARE(desk().names(), QStringList{PrintResults});
     QCOMPARE(desk().events().first().module, QStringLiteral("print_preprocessor"));
     JSON_COMPARE(desk().last(PrintResults), job(QString()));
+}
+
+// A place that is no line of the list, though it is one of some other: nothing to print, and nobody to tell.
+void TestSafety::indexOfAnotherModel()
+{
+    QVERIFY(
+        openDesk({with(person(QStringLiteral("{a}"), "Иванов", "Пётр", "Кузьмич"), QStringLiteral("clientId"), 5)}));
+    QStandardItemModel other;
+    other.appendRow({new QStandardItem(text("Чужой")), new QStandardItem});
+    other.item(0)->appendRow(new QStandardItem(text("Чужой")));
+    const int before = threads();
+    print(other.index(0, 0));
+    print(other.index(0, 1));
+    print(other.index(0, 0, other.index(0, 0)));
+    HostProbe::settle(100);
+    QCOMPARE(desk().names(), QStringList());
+    QCOMPARE(threads(), before);
+    print(m_counter->at(0, Counter::Safety));
+    QVERIFY(desk().waitFor(PrintResults));
+    QCOMPARE(desk().names(), (QStringList{UpdateClient, PrintResults}));
 }
 
 // What goes to the printer is what stood in the line when the cashier clicked.

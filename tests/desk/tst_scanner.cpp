@@ -6,6 +6,7 @@
 #include <QAbstractItemModel>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTreeView>
@@ -14,6 +15,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
+#include <sys/inotify.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -50,6 +52,15 @@ public:
         return write(m_line, bytes.constData(), size_t(bytes.size())) == bytes.size();
     }
 
+    /// The line as the desk's end has set it.
+    termios mode() const
+    {
+        termios mode{};
+        tcgetattr(m_line, &mode);
+        return mode;
+    }
+    void setMode(const termios &mode) const { tcsetattr(m_line, TCSANOW, &mode); }
+
     void unplug()
     {
         if (m_line >= 0)
@@ -60,6 +71,46 @@ public:
 private:
     int m_line;
     QString m_port;
+};
+
+/// How this process has that file open, a number for each time: as for open(), without what does not concern the access.
+QList<int> openings(const QString &file)
+{
+    QList<int> found;
+    const QFileInfoList all =
+        QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System);
+    for (const QFileInfo &descriptor : all) {
+        if (descriptor.symLinkTarget() == file)
+            found.append(fcntl(descriptor.fileName().toInt(), F_GETFL) & O_ACCMODE);
+    }
+    return found;
+}
+
+/// Watches how a file is opened and closed.
+class OpenWatch
+{
+public:
+    explicit OpenWatch(const QString &file)
+        : m_watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    {
+        if (inotify_add_watch(m_watch, file.toLocal8Bit().constData(), IN_OPEN | IN_CLOSE) < 0)
+            qFatal("the file can't be watched");
+    }
+    ~OpenWatch() { close(m_watch); }
+    Q_DISABLE_COPY(OpenWatch)
+
+    /// Everything since the last call, in order.
+    QStringList seen() const
+    {
+        QStringList names;
+        inotify_event event{};
+        while (read(m_watch, &event, sizeof event) == ssize_t(sizeof event))
+            names.append(event.mask & IN_OPEN ? QStringLiteral("opened") : QStringLiteral("closed"));
+        return names;
+    }
+
+private:
+    int m_watch;
 };
 
 QByteArray code(const char *iv)
@@ -83,6 +134,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void lineOfTheScanner();
     void codeOpensTheSearch();
     void codeOpensNothingElse_data();
     void codeOpensNothingElse();
@@ -96,6 +148,7 @@ private Q_SLOTS:
     void halfACodeWhileOpen();
     void nextScanOpensAgain();
     void raceManager();
+    void samePortAgain();
     void settingsBetweenScans();
     void settingsWhileOpen();
     void otherPortWhileOpen();
@@ -145,6 +198,24 @@ QAbstractItemModel *TestScanner::results(QDialog *dialog)
 void TestScanner::ok(QDialog *dialog)
 {
     dialog->findChild<QDialogButtonBox *>(QStringLiteral("buttonBox"))->button(QDialogButtonBox::Ok)->click();
+}
+
+void TestScanner::lineOfTheScanner()
+{
+    // Whatever was there before.
+    termios mode = m_scanner->mode();
+    cfsetspeed(&mode, B9600);
+    mode.c_cflag |= PARENB | CSTOPB | CRTSCTS;
+    mode.c_cflag &= ~tcflag_t(CSIZE);
+    mode.c_iflag |= IXON | IXOFF;
+    m_scanner->setMode(mode);
+    acceptSettings();
+    mode = m_scanner->mode();
+    QCOMPARE(cfgetispeed(&mode), speed_t(B115200));
+    QCOMPARE(cfgetospeed(&mode), speed_t(B115200));
+    QCOMPARE(mode.c_cflag & tcflag_t(CSIZE | PARENB | CSTOPB | CRTSCTS), tcflag_t(CS8));
+    QCOMPARE(mode.c_iflag & tcflag_t(IXON | IXOFF), tcflag_t(0));
+    QCOMPARE(openings(m_scanner->port()), QList<int>{O_RDONLY});
 }
 
 void TestScanner::codeOpensTheSearch()
@@ -362,6 +433,25 @@ void TestScanner::raceManager()
 }
 
 /// The port is closed and opened again, and a code is still taken once.
+// The port is let go and taken again, and is open once.
+void TestScanner::samePortAgain()
+{
+    QCOMPARE(openings(m_scanner->port()).size(), 1);
+    const OpenWatch watch(m_scanner->port());
+    for (int i = 0; i < 2; ++i) {
+        acceptSettings();
+        QCOMPARE(watch.seen(), (QStringList{QStringLiteral("closed"), QStringLiteral("opened")}));
+        QCOMPARE(openings(m_scanner->port()).size(), 1);
+    }
+    auto answer = ModalAnswer::dialog(title(), [&](QDialog *dialog) { dialog->reject(); });
+    QVERIFY(m_scanner->scan(code("1")));
+    QTRY_VERIFY2(answer.answered(), qPrintable(answer.error()));
+    HostProbe::settle(100);
+    QVERIFY(!openDialog());
+    QCOMPARE(m_service->requests().size(), 1);
+    QCOMPARE(asked(0), body("1"));
+}
+
 void TestScanner::settingsBetweenScans()
 {
     for (int i = 0; i < 3; ++i)

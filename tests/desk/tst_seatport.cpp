@@ -32,6 +32,7 @@ private Q_SLOTS:
     void unknownCode();
     void codeSeatsAPaidLine();
     void codeOfAnUnpaidLine();
+    void codeOfAMinor();
     void codeOfASeatInALaterRun();
     void codeIntoANewRun();
     void codeWithAnEmptyQueue();
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void seatMovesToTheNextRun();
     void seatNobody_data();
     void seatNobody();
+    void beforeTheTrackIsKnown();
     void hostHearsNoRequest();
 
     void pauseBeforeTheAnswer_data();
@@ -369,6 +371,26 @@ void TestSeatPort::codeOfAnUnpaidLine()
     QCOMPARE(listed().size(), 2);
 }
 
+// A minor has a code of his own; it counts when the parent has paid, whatever the minor's own mark says.
+void TestSeatPort::codeOfAMinor()
+{
+    lines({paid("{a}", "1111", R"({"salesItem": "S", "kidsList": [{"uuid": "{k}", "lastName": "Kid", "firstName": "Bo",
+                "runCount": 1, "carModel": "Sodi", "salesItem": "S", "pinCodes": ["5555"], "payState": false}]})"),
+           paid("{b}", "2222", R"({"payState": false, "kidsList": [{"uuid": "{m}", "lastName": "Kid", "runCount": 1,
+                "carModel": "Sodi", "salesItem": "S", "pinCodes": ["6666"], "payState": true}]})")});
+    m_office->seedQueue({{text("{r1}")}});
+    QVERIFY(open());
+    QCOMPARE(ask("?p=6666"), badTicket());
+    QCOMPARE(ask("?p=5555"),
+             QByteArray(
+                 "status:ok\tmessage:\tuuid:{k}\tcarModel:Sodi\tname:Kid Bo\tavail:12 - 2,3 - 5,1 - 9\tbusy:\t"));
+    const QJsonObject racers = m_office->runs().value(0).value(QLatin1String("runCompetitors")).toObject();
+    QCOMPARE(racers.keys(), QStringList{QStringLiteral("-1001")});
+    JSON_CONTAINS(racers.value(QLatin1String("-1001")), object(R"({"uuid": "{k}", "parentUuid": "{a}"})"));
+    // The parent still waits for a seat.
+    QCOMPARE(listed().size(), 2);
+}
+
 // Nobody is moved, and the cars are those of the next run all the same.
 void TestSeatPort::codeOfASeatInALaterRun()
 {
@@ -587,6 +609,22 @@ void TestSeatPort::seatNobody()
 }
 
 // The host hears what happens to the queue, and nothing of the client.
+// The port asks nobody for the track: it works before the host has told its name.
+void TestSeatPort::beforeTheTrackIsKnown()
+{
+    lines({paid("{a}", "1111"), paid("{b}", "2222")});
+    m_office->seedQueue({{text("{r1}")}});
+    QVERIFY(m_office->open());
+    m_office->sendCars(fleet());
+    QCOMPARE(ask("?p=1111"),
+             QByteArray(
+                 "status:ok\tmessage:\tuuid:{a}\tcarModel:Sodi\tname:{a} Ann\tavail:12 - 2,3 - 5,1 - 9\tbusy:\t"));
+    QCOMPARE(ask(R"(setSeat={"uuid": "{b}", "carData": {"carId": 5, "model": "Sodi"}, "manual": true})"),
+             QByteArray(Seated));
+    QCOMPARE(m_office->racer(0, text("{b}")).value(QLatin1String("carId")).toInt(), 5);
+    QCOMPARE(listed().size(), 0);
+}
+
 void TestSeatPort::hostHearsNoRequest()
 {
     m_office->seedQueue({{text("{r1}"), {seat("{b}", -1001)}}});

@@ -5,6 +5,7 @@
 #include <QAbstractItemModel>
 #include <QElapsedTimer>
 #include <QPluginLoader>
+#include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -26,6 +27,7 @@ private Q_SLOTS:
     void lockedDatabase();
     void lockedWithoutPriceTypes();
     void lockedWhileWorking();
+    void databaseConnections();
     void listensForSeatRequests();
     void closesWithASeatClientConnected();
     void busyPort();
@@ -249,6 +251,34 @@ void TestStartup::lockedWhileWorking()
     QVERIFY(track.db().open());
     QTRY_COMPARE(track.query(QStringLiteral("SELECT racer_guid,comment FROM payments")),
                  (QList<QVariantList>{{QStringLiteral("{a}"), QStringLiteral("два")}}));
+}
+
+// The host shares the process, and with it the names.
+void TestStartup::databaseConnections()
+{
+    const TempTrack track;
+    const QStringList before = QSqlDatabase::connectionNames();
+    HostProbe desk(library());
+    QVERIFY2(desk.start(), qPrintable(desk.errorString()));
+    const auto own = [&] {
+        QStringList names = QSqlDatabase::connectionNames();
+        for (const QString &name : before)
+            names.removeOne(name);
+        names.sort();
+        return names;
+    };
+    const QStringList all{QStringLiteral("paymentDbUpdater"), QStringLiteral("prices"),
+                          QStringLiteral("ticketPluginForm")};
+    QTRY_COMPARE(own(), all);
+    // The third one belongs to another thread.
+    for (const QString &name : {all.at(1), all.at(2)}) {
+        const QSqlDatabase db = QSqlDatabase::database(name, false);
+        QCOMPARE(db.driverName(), QStringLiteral("QSQLITE"));
+        QCOMPARE(db.databaseName(), track.databaseFile());
+        QVERIFY(db.isOpen());
+    }
+    QVERIFY(desk.unload());
+    QCOMPARE(own(), QStringList());
 }
 
 void TestStartup::listensForSeatRequests()

@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QListWidget>
+#include <QPushButton>
 
 /// What the desk does by itself as time goes by. The clock is a false one, in a child process; only the timers run in
 /// real time unless a test moves them too.
@@ -18,6 +20,7 @@ private Q_SLOTS:
     void expiryToTheSecond();
     void nothingToRemove();
     void queueFollowsTheClock();
+    void startIsAskedOnce();
 
 private:
     void runUnderFalseClock(const char *role, const char *clock, bool timersToo);
@@ -70,6 +73,12 @@ void TestTimers::nothingToRemove()
 void TestTimers::queueFollowsTheClock()
 {
     runUnderFalseClock("queue", "+0", true);
+}
+
+// A host that does not answer is neither pressed nor given up: the run waits, and only the cashier asks again.
+void TestTimers::startIsAskedOnce()
+{
+    runUnderFalseClock("start", "+0", true);
 }
 
 namespace {
@@ -189,6 +198,44 @@ int queue(const TempTrack &track, const QString &clock)
     return wrong.isEmpty() ? 0 : failed(qPrintable(wrong), desk);
 }
 
+int start(const TempTrack &track, const QString &clock)
+{
+    const QString startRun = QStringLiteral("start_run");
+    track.writeJournal(QStringLiteral("runslist.state"), "RUNITEM:{\"uuid\":\"{a}\"}\n"
+                                                         "COMPETITOR:{\"uuid\":\"{x}\",\"name\":\"x\"}\n");
+    HostProbe desk(QStringLiteral(LAPVANE_PLUGIN_FILE));
+    if (!desk.start())
+        return failed("start", desk);
+    const auto *list = desk.find<QListWidget *>(QStringLiteral("lwRunsList"));
+    auto *button = qobject_cast<QPushButton *>(list->itemWidget(list->item(0))->childAt(16, 44));
+    if (!button)
+        return failed("no start button", desk);
+    const QImage waiting = button->icon().pixmap(24, 24).toImage();
+    button->click();
+    if (desk.names() != QStringList{startRun})
+        return failed("no start", desk);
+    const QJsonObject asked = desk.last(startRun);
+    for (const char *later : {"+61", "+3700", "+90000"}) {
+        desk.clear();
+        setClock(clock, later);
+        if (!desk.waitFor(QStringLiteral("local_request_answer")))
+            return failed("the minute does not pass", desk);
+        HostProbe::settle(200);
+        const QStringList names = desk.names();
+        for (const QString &name : names) {
+            if (name != QLatin1String("remote_control_answer") && name != QLatin1String("local_request_answer"))
+                return failed("something else than the minute's publication", desk);
+        }
+        if (!button->isEnabled() || button->icon().pixmap(24, 24).toImage() != waiting)
+            return failed("the run does not wait", desk);
+    }
+    desk.clear();
+    button->click();
+    if (desk.names() != QStringList{startRun} || desk.last(startRun) != asked)
+        return failed("no second start", desk);
+    return 0;
+}
+
 int runChild(const QString &role, const QStringList &arguments)
 {
     const auto track = TempTrack::fromEnvironment();
@@ -202,6 +249,8 @@ int runChild(const QString &role, const QStringList &arguments)
         result = nothing(*track);
     else if (role == QLatin1String("queue"))
         result = queue(*track, clock);
+    else if (role == QLatin1String("start"))
+        result = start(*track, clock);
     if (result == 0)
         ChildDesk::say("done");
     return result;

@@ -250,6 +250,8 @@ void TicketPluginFormTest::clientRecord_data()
     row("racer with news", R"({"racerId":"6","updateData":true,"firstName":"a","lastName":"b","midName":"c"})", updated,
         R"({"racerId":"6","updateData":true,"firstName":"a","lastName":"b","midName":"c","trackKey":"TRACK"})",
         R"({"firstName":"a","lastName":"b","midName":"c"})", 6);
+    row("news without names", R"({"clientId":5,"updateData":true})", updated,
+        R"({"clientId":5,"updateData":true,"trackKey":"TRACK"})", R"({"firstName":"","lastName":"","midName":""})", 5);
     row("client without news", R"({"clientId":5,"firstName":"a"})", known, "{}", "{}", 5);
     row("news of another type", R"({"clientId":5,"updateData":1})", known, "{}", "{}", 5);
     row("client as a text", R"({"clientId":"5"})", known, "{}", "{}", 5);

@@ -165,6 +165,9 @@ private Q_SLOTS:
     void noDirectory();
     void notADatabase();
     void noTables();
+    void refusedRow();
+    void refusedRowsOfANewBlock();
+    void refusedRemoval();
     void lockedDatabase();
 
 private:
@@ -975,6 +978,52 @@ void PricesModelTest::noTables()
     QCOMPARE(model->pricesByType.value(0).size(), 1);
     // No transaction is left open behind statements that failed.
     track->query(QStringLiteral("INSERT INTO other VALUES (1)"));
+}
+
+/// A statement that fails within a write is passed over: the rest of the book is stored, and nobody is told.
+void PricesModelTest::refusedRow()
+{
+    loadTwoBlocks();
+    track->query(QStringLiteral("UPDATE price_list SET avail_rules='x'"));
+    track->query(QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON price_list WHEN NEW.sales_item='c' "
+                                "AND NEW.price_type=-1 BEGIN SELECT RAISE(ABORT,'no'); END"));
+    const SignalLog log(model.get());
+    QVERIFY(model->setData(cell(0, Price), 77.0));
+    QCOMPARE(log.entries, settingsOnly());
+    QCOMPARE(storedSum(id(QStringLiteral("a"), -1)), 77.0);
+    // Every other row was written anew, those behind it and the second block included.
+    QCOMPARE(track->query(QStringLiteral("SELECT sales_item,price_type,sum FROM price_list WHERE avail_rules='x'")),
+             (QList<QVariantList>{{"c", -1, 300.0}}));
+    QCOMPARE(track->value(QStringLiteral("SELECT COUNT(*) FROM price_list")).toInt(), 12);
+    // The transaction has ended.
+    track->query(QStringLiteral("INSERT INTO cars (name) VALUES ('host')"));
+}
+
+void PricesModelTest::refusedRowsOfANewBlock()
+{
+    loadTwoBlocks();
+    track->query(QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON price_list WHEN NEW.sales_item='c' "
+                                "AND NEW.price_type NOT IN (-1,%1) BEGIN SELECT RAISE(ABORT,'no'); END")
+                     .arg(secondBlock));
+    const int block = model->addPricesBlock(QStringLiteral("Ночь"));
+    QCOMPARE(track->value(QStringLiteral("SELECT name FROM price_types WHERE id=?"), {block}).toString(),
+             QStringLiteral("Ночь"));
+    QCOMPARE(track->query(QStringLiteral(
+                              "SELECT sales_item,sum FROM price_list WHERE price_type=? ORDER BY sales_item"),
+                          {block}),
+             (QList<QVariantList>{{"a", 100.0}, {"b", 200.0}, {"d", 400.0}, {"e", 500.0}, {"f", 600.0}}));
+}
+
+void PricesModelTest::refusedRemoval()
+{
+    loadTwoBlocks();
+    track->query(QStringLiteral("CREATE TRIGGER refuse BEFORE UPDATE ON price_list WHEN NEW.is_deleted=1 "
+                                "AND NEW.sales_item='b' BEGIN SELECT RAISE(ABORT,'no'); END"));
+    model->removePriceItems({1, 3});
+    QCOMPARE(names(model->currentPriceItems()), (QStringList{"a", "c", "e", "f"}));
+    QCOMPARE(track->query(QStringLiteral("SELECT DISTINCT sales_item FROM price_list WHERE is_deleted=1")),
+             (QList<QVariantList>{{"d"}}));
+    QCOMPARE(track->value(QStringLiteral("SELECT COUNT(*) FROM price_list WHERE sales_item='b'")).toInt(), 2);
 }
 
 void PricesModelTest::lockedDatabase()

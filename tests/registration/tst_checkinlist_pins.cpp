@@ -1,6 +1,7 @@
 #include "checkindesk.h"
 
 #include "desktest.h"
+#include "jsonmatch.h"
 
 #include <memory>
 
@@ -33,6 +34,7 @@ private Q_SLOTS:
     void count();
     void oldCodesGoOnce();
     void lastFreeCode();
+    void codesOfAnUndroppedRacer();
     void oldCodeIsFreeAgain();
     void fullPoolTakesBackWhatNobodyHolds();
     void fullPoolKeepsWhatSeatsHold();
@@ -76,6 +78,17 @@ void CheckInListPinsTest::lastFreeCode()
     desk->usedPinCodes = fourDigitCodes({"4711"});
     QCOMPARE(desk->list.makePins(2, {}), (QStringList{"4711", "4711"}));
     QCOMPARE(desk->usedPinCodes.size(), 10000);
+}
+
+/// Whoever comes back from a run brings his codes along, and nobody else may have them.
+void CheckInListPinsTest::codesOfAnUndroppedRacer()
+{
+    desk->usedPinCodes = fourDigitCodes({"4711", "4712", "4713"});
+    desk->list.itemsUndropped(
+        {JsonMatch::object(R"({"uuid":"{back}","runCount":2,"pinCodes":["4711","4713"],"payState":true})")});
+    QCOMPARE(desk->racer().pinCodes, (QStringList{"4711", "4713"}));
+    QCOMPARE(desk->usedPinCodes.size(), 9999);
+    QCOMPARE(desk->list.makePins(1, {}), QStringList{"4712"});
 }
 
 /// A full pool is not full for whoever brings a code along.

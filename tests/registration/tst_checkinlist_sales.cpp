@@ -40,6 +40,7 @@ private Q_SLOTS:
     void ticket();
 
     void reprice();
+    void repriceWithAnUnnamedItem();
     void repriceOtherBlock();
     void repriceWithoutBook();
 
@@ -357,6 +358,38 @@ void CheckInListSalesTest::reprice()
     QCOMPARE(nothing.runCount, 0);
     QCOMPARE(desk->log.entries.constLast(), QStringLiteral("layoutChanged"));
     QCOMPARE(desk->log.entries.count("layoutChanged"), desk->log.entries.size());
+}
+
+/// An item that nobody has named yet is what lines without a sale are sold, as far as names go: they get its one run.
+void CheckInListSalesTest::repriceWithAnUnnamedItem()
+{
+    const CheckInItem &sold = desk->addSold(Adult, 2);
+    const CheckInItem &family = desk->add("Семья", {CheckInDesk::kid("Маша")});
+    CheckInItem &paid = desk->add("Оплачен");
+    paid.payState = true;
+    const QStringList pins = family.pinCodes;
+    PriceItem unnamed;
+    unnamed.id = 5;
+    unnamed.commonId = 5;
+    unnamed.model = "Junior";
+    unnamed.sum = 70;
+    unnamed.color = Qt::black;
+    desk->prices.pricesByType[-1].prepend(unnamed);
+    desk->list.repriceUnpaid();
+    for (const CheckInItem *item : {&family, static_cast<const CheckInItem *>(family.subItems.front().get())}) {
+        QCOMPARE(item->runCount, 1);
+        QCOMPARE(item->salesId, -1);
+        QCOMPARE(item->salesItem, QString());
+        QCOMPARE(item->carModel, QString());
+        QCOMPARE(item->price, 0.0);
+        QCOMPARE(item->color, QColor(Qt::white));
+    }
+    QCOMPARE(family.paySum, 0.0);
+    QCOMPARE(family.pinCodes, pins);
+    QCOMPARE(paid.runCount, 0);
+    QCOMPARE(sold.salesId, int(Adult));
+    QCOMPARE(sold.runCount, 2);
+    QCOMPARE(sold.paySum, 1000.0);
 }
 
 void CheckInListSalesTest::repriceOtherBlock()

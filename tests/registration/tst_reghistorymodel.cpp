@@ -6,8 +6,10 @@
 #include "desktest.h"
 #include "jsonmatch.h"
 
+#include <QHeaderView>
 #include <QJsonDocument>
 #include <QMimeData>
+#include <QTreeView>
 
 #include <memory>
 
@@ -111,6 +113,12 @@ void RegHistoryModelTest::columns()
     QCOMPARE(alignment(1), int(Qt::AlignLeft | Qt::AlignVCenter));
     for (int column = 0; column < 2; ++column)
         QCOMPARE(model->headerData(column, Qt::Horizontal, Qt::TextAlignmentRole).toInt(), int(Qt::AlignCenter));
+    QTreeView view;
+    view.setModel(model.get());
+    view.header()->setStretchLastSection(false);
+    model->attachView(&view);
+    QCOMPARE(view.columnWidth(0), 40);
+    QCOMPARE(view.columnWidth(1), 200);
 }
 
 void RegHistoryModelTest::shape()
