@@ -34,4 +34,22 @@ public:
     QString seats();
 };
 
+/// Short fixed texts of drag tests, in which identities and events stand by the dozen.
+inline QString operator""_s(const char *name, size_t length)
+{
+    return QString::fromUtf8(name, static_cast<int>(length));
+}
+
+/// What the host hears when the list is told.
+inline QStringList listed()
+{
+    return {"local_request_answer"_s};
+}
+
+/// What the host hears when a seat is told: the run's preparation, then the queue.
+inline QStringList seated()
+{
+    return QStringList{"replace_run_preset"_s} + publication();
+}
+
 #endif // FULLDESK_H

@@ -129,23 +129,6 @@ const QString Vera = QStringLiteral("{vera}");
 const QString Preset = QStringLiteral("replace_run_preset");
 const QString Answer = QStringLiteral("local_request_answer");
 
-QString operator""_s(const char *name, size_t length)
-{
-    return QString::fromUtf8(name, int(length));
-}
-
-/// The list is told.
-QStringList listed()
-{
-    return {Answer};
-}
-
-/// A seat is told: the run's preparation, then the queue.
-QStringList seated()
-{
-    return QStringList{Preset} + publication();
-}
-
 int darkPixels(const QImage &picture, const QRect &area)
 {
     int dark = 0;
