@@ -300,7 +300,7 @@ void TicketPluginForm::payAndSeat(LocalRequest &request)
     QHash<const CheckInItem *, int> seats;
     int seatsOnceMore = 0;
     for (const QPersistentModelIndex &line : qAsConst(paid)) {
-        CheckInItem *item = checkInList.itemAt(line);
+        const CheckInItem *item = checkInList.itemAt(line);
         if (!item)
             continue;
         // Who is named again gets more seats, but no request makes the queue grow without end.
@@ -312,11 +312,10 @@ void TicketPluginForm::payAndSeat(LocalRequest &request)
             seatsOnceMore += bought;
         if (!isNamedAgain || qMax(seatsOfRacer, seatsOnceMore) <= RequestRules::MaxSeatSpan / step)
             racers.append(checkInList.toJson(*item));
-        // A ticket that is shown while the host hears of the seats must not seat the racer again.
-        item->enqueued = true;
     }
     if (racers.isEmpty())
         return;
+    checkInList.markEnqueued(racers);
     seatRacers(racers, step, -1);
     checkInList.itemsDroppedOut(racers);
 }
